@@ -1,0 +1,40 @@
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "dialogue/dialogue.h"
+#include "main/note.h"
+#include "report/console.h"
+
+namespace {
+
+int runEstimation() {
+  std::string directory;
+  std::string threadCount;
+  std::string aliasName;
+
+  if (printNote() != 0) {
+    return EXIT_FAILURE;
+  }
+  getParameters(directory, threadCount, aliasName);
+  return EXIT_SUCCESS;
+}
+
+// Takes the place of the default action, so that a reader of the output who has gone away shows as
+// a failed write. A handler, unlike ignoring the signal, is not passed on to the external tools.
+void onBrokenPipe(int /*signal*/) {}
+
+}  // namespace
+
+int main() {
+  std::signal(SIGPIPE, onBrokenPipe);
+  try {
+    const int status = runEstimation();
+    flushConsole();
+    return status;
+  } catch (const std::exception& error) {
+    std::puts(error.what());
+    return EXIT_FAILURE;
+  }
+}

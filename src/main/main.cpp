@@ -6,18 +6,33 @@
 #include "dialogue/dialogue.h"
 #include "main/note.h"
 #include "report/console.h"
+#include "toolbridge/toolbridge.h"
 
 namespace {
+
+// A run samples one part.
+constexpr unsigned kPartIndex = 0;
 
 int runEstimation() {
   std::string directory;
   std::string threadCount;
   std::string aliasName;
+  std::string detectedSize;
+  std::string fileCount;
+  std::string dirCount;
 
   if (printNote() != 0) {
     return EXIT_FAILURE;
   }
   getParameters(directory, threadCount, aliasName);
+  if (discardEarlierFigures(aliasName, kPartIndex) != 0) {
+    return EXIT_FAILURE;
+  }
+
+  doDirDetection(directory, aliasName);
+  if (getDetectInfo(directory, aliasName, detectedSize, fileCount, dirCount) != 0) {
+    return EXIT_FAILURE;
+  }
   return EXIT_SUCCESS;
 }
 

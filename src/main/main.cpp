@@ -6,12 +6,15 @@
 #include "dialogue/dialogue.h"
 #include "main/note.h"
 #include "report/console.h"
+#include "report/report.h"
 #include "toolbridge/toolbridge.h"
 
 namespace {
 
 // A run samples one part.
 constexpr unsigned kPartIndex = 0;
+
+TimePoint now() { return std::chrono::steady_clock::now(); }
 
 int runEstimation() {
   std::string directory;
@@ -29,10 +32,19 @@ int runEstimation() {
     return EXIT_FAILURE;
   }
 
+  const TimePoint t0 = now();
   doDirDetection(directory, aliasName);
+  const TimePoint t1 = now();
   if (getDetectInfo(directory, aliasName, detectedSize, fileCount, dirCount) != 0) {
     return EXIT_FAILURE;
   }
+  showDetectInfo(fileCount, detectedSize, t0, t1);
+
+  const TimePoint t2 = now();
+  printBanner(" Estimation Results ");
+  const TimePoint t3 = now();
+
+  showTimeInfo(t2, t3, t0, t1);
   return EXIT_SUCCESS;
 }
 

@@ -13,6 +13,7 @@ namespace {
 
 // A run samples one part.
 constexpr unsigned kPartIndex = 0;
+constexpr const char* kPartText = "0";
 
 TimePoint now() { return std::chrono::steady_clock::now(); }
 
@@ -42,6 +43,7 @@ int runEstimation() {
 
   const TimePoint t2 = now();
   printBanner(" Estimation Results ");
+  doCrEstimation(aliasName, threadCount, kPartIndex, kPartText, detectedSize);
   const TimePoint t3 = now();
 
   showTimeInfo(t2, t3, t0, t1);

@@ -1,0 +1,30 @@
+#include <sys/stat.h>
+
+#include "toolbridge/command.h"
+#include "toolbridge/runfiles.h"
+#include "toolbridge/toolbridge.h"
+
+namespace {
+
+constexpr double kSampledFraction = 0.05;
+constexpr std::size_t kFractionTextLength = 4;
+
+void makeArtifactDirectory() {
+  struct stat status {};
+  if (stat(kArtifactDirectory, &status) != 0 || !S_ISDIR(status.st_mode)) {
+    runCommand(std::string("mkdir ") + kArtifactDirectory);
+  }
+}
+
+}  // namespace
+
+int doCrEstimation(std::string aliasName, std::string threadCount, std::uint64_t partIndex,
+                   std::string partText, std::string detectedSize) {
+  makeArtifactDirectory();
+  runCommand("./kel_sim_test -f " + quoteForShell(fileListName(aliasName)) + " -s 128 -r " +
+             std::to_string(kSampledFraction).substr(0, kFractionTextLength) + " -j 64 -t " +
+             quoteForShell(threadCount) + " -o " + quoteForShell(detectedSize) + " -i " +
+             quoteForShell(partText) + " -l " +
+             quoteForShell(resultFileName(aliasName, partIndex)));
+  return 0;
+}

@@ -6,6 +6,7 @@
 #include "dialogue/dialogue.h"
 #include "main/note.h"
 #include "report/console.h"
+#include "report/figure.h"
 #include "report/report.h"
 #include "toolbridge/toolbridge.h"
 
@@ -24,6 +25,8 @@ int runEstimation() {
   std::string detectedSize;
   std::string fileCount;
   std::string dirCount;
+  std::string estimatedCr;
+  std::string estimatedSize;
 
   if (printNote() != 0) {
     return EXIT_FAILURE;
@@ -44,8 +47,22 @@ int runEstimation() {
   const TimePoint t2 = now();
   printBanner(" Estimation Results ");
   doCrEstimation(aliasName, threadCount, kPartIndex, kPartText, detectedSize);
+  if (getEstimationCR(kPartIndex, estimatedCr, aliasName, "Failed to estimate dir " + directory) !=
+      0) {
+    return EXIT_FAILURE;
+  }
+  if (getEstimationSize(kPartIndex, estimatedSize, aliasName,
+                        "Failed to get estimate size " + directory) != 0) {
+    return EXIT_FAILURE;
+  }
+  const double processedBytes = toDecimal("estimated size", estimatedSize);
+  const double totalBytes = toDecimal("detected size", detectedSize);
+  const double ratio = toDecimal("compression ratio", estimatedCr);
+  const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 
+  std::printf("Finished detect %.2f%% data\n", finishedPercent);
+  std::printf("Simulated compression ratio = %.2f\n", ratio);
   showTimeInfo(t2, t3, t0, t1);
   return EXIT_SUCCESS;
 }

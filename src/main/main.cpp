@@ -61,8 +61,7 @@ int runEstimation() {
   const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 
-  std::printf("Finished detect %.2f%% data\n", finishedPercent);
-  std::printf("Simulated compression ratio = %.2f\n", ratio);
+  showEstimationInfo(ratio + 0.0, finishedPercent, detectedSize, fileCount, dirCount);
   showTimeInfo(t2, t3, t0, t1);
   return EXIT_SUCCESS;
 }

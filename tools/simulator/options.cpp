@@ -1,0 +1,91 @@
+#include "simulator/options.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <map>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view kOptionLetters = "fsrjtoil";
+constexpr std::uint64_t kBytesPerKib = 1024;
+constexpr std::uint64_t kLargestBlockKib = 65536;
+constexpr long long kMostThreads = 256;  // each takes memory for its own block
+
+[[noreturn]] void rejectUsage(const std::string& reason) {
+  throw std::invalid_argument(
+      reason +
+      "\nusage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
+      "-l RESULT");
+}
+
+[[noreturn]] void rejectOption(char letter, const std::string& text) {
+  rejectUsage(std::string("option -") + letter + " cannot be \"" + text + "\"");
+}
+
+std::map<char, std::string> readOptions(int argc, char** argv) {
+  std::string pattern = ":";  // no messages from getopt
+  for (const char letter : kOptionLetters) {
+    pattern += letter;
+    pattern += ':';
+  }
+  std::map<char, std::string> texts;
+  int letter = getopt(argc, argv, pattern.c_str());
+  while (letter != -1) {
+    if (letter == '?' || letter == ':') {
+      rejectUsage("wrong options");
+    }
+    texts[static_cast<char>(letter)] = optarg;
+    letter = getopt(argc, argv, pattern.c_str());
+  }
+  if (optind != argc || texts.size() != kOptionLetters.size()) {
+    rejectUsage("every option must be given once, and nothing else");
+  }
+  return texts;
+}
+
+std::uint64_t wholeNumber(char letter, const std::string& text, std::uint64_t least,
+                          std::uint64_t most) {
+  std::uint64_t value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc() || stop != end || value < least || value > most) {
+    rejectOption(letter, text);
+  }
+  return value;
+}
+
+double fraction(char letter, const std::string& text) {
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !(value > 0.0 && value <= 1.0)) {
+    rejectOption(letter, text);
+  }
+  return value;
+}
+
+// The leading integer, since what an operator typed for the thread count comes here unchanged.
+unsigned threadCount(const std::string& text) {
+  const long long value = std::strtoll(text.c_str(), nullptr, 10);
+  return static_cast<unsigned>(std::clamp(value, 1LL, kMostThreads));
+}
+
+}  // namespace
+
+Options parseOptions(int argc, char** argv) {
+  const std::map<char, std::string> texts = readOptions(argc, argv);
+  Options options;
+  options.listName = texts.at('f');
+  options.blockSize = wholeNumber('s', texts.at('s'), 1, kLargestBlockKib) * kBytesPerKib;
+  options.fraction = fraction('r', texts.at('r'));
+  options.fewestBlocks = wholeNumber('j', texts.at('j'), 1, UINT32_MAX);
+  options.threads = threadCount(texts.at('t'));
+  options.totalBytes = wholeNumber('o', texts.at('o'), 0, UINT64_MAX);
+  options.part = wholeNumber('i', texts.at('i'), 0, UINT64_MAX);
+  options.resultName = texts.at('l');
+  return options;
+}

@@ -1,0 +1,109 @@
+#include "simulator/sample.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "common/file_list.h"
+
+namespace {
+
+// Two neighbouring strata may pick the same block, so this many a block make sure that enough
+// different ones are picked.
+constexpr std::uint64_t kStrataPerBlock = 2;
+
+// Leaves room to count past the end of the data in 64 bits.
+constexpr std::uint64_t kMostBytes = INT64_MAX;
+
+constexpr std::uint64_t kNoPosition = UINT64_MAX;
+
+double square(std::uint64_t length) {
+  return static_cast<double>(length) * static_cast<double>(length);
+}
+
+}  // namespace
+
+Population measureList(const Options& options) {
+  FileListReader list(options.listName);
+  ListedFile file;
+  Population population;
+  while (list.next(file)) {
+    if (file.size > kMostBytes - population.bytes) {
+      throw std::runtime_error("too many bytes in " + options.listName);
+    }
+    population.bytes += file.size;
+    const std::uint64_t fullBlocks = file.size / options.blockSize;
+    population.squaredBlockBytes += static_cast<double>(fullBlocks) * square(options.blockSize) +
+                                    square(file.size % options.blockSize);
+  }
+  return population;
+}
+
+std::uint64_t stratumLength(const Population& population, const Options& options) {
+  const double wanted = options.fraction * static_cast<double>(options.totalBytes);
+  const bool isSmall = population.bytes <= options.fewestBlocks * options.blockSize;
+  if (options.fraction >= 1.0 || isSmall || wanted >= static_cast<double>(population.bytes)) {
+    return 1;
+  }
+  // A position picks a block in proportion to its length, so the mean length of a picked block is
+  // the sum of the squares over the sum of the lengths.
+  const double forFraction = population.squaredBlockBytes / std::max(wanted, 1.0);
+  const double forFewest = static_cast<double>(population.bytes) /
+                           static_cast<double>(options.fewestBlocks * kStrataPerBlock);
+  const double length = std::min(forFraction, forFewest);
+  return static_cast<std::uint64_t>(std::clamp(length, 1.0, static_cast<double>(population.bytes)));
+}
+
+Sampler::Sampler(const Population& population, const Options& options)
+    : blockSize_(options.blockSize),
+      dataBytes_(population.bytes),
+      stratumLength_(stratumLength(population, options)),
+      engine_(options.part) {
+  drawFrom(0);
+}
+
+void Sampler::startFile(std::uint64_t size) {
+  fileStart_ = fileEnd_;
+  fileEnd_ += size;
+}
+
+std::optional<PickedBlock> Sampler::nextBlock() {
+  if (position_ >= fileEnd_) {
+    return std::nullopt;
+  }
+  const std::uint64_t offset = (position_ - fileStart_) / blockSize_ * blockSize_;
+  const std::uint64_t start = fileStart_ + offset;
+  const std::uint64_t end = start + std::min(blockSize_, fileEnd_ - start);
+  const PickedBlock block = {offset, end - start, 1.0 / chanceToPick(start, end)};
+  while (position_ < end) {
+    // Strata that lie within the block would pick it again.
+    drawFrom(std::max(stratum_ + 1, end / stratumLength_));
+  }
+  return block;
+}
+
+std::uint64_t Sampler::lengthOfStratum(std::uint64_t stratum) const {
+  return std::min(stratumLength_, dataBytes_ - stratum * stratumLength_);
+}
+
+double Sampler::chanceToPick(std::uint64_t start, std::uint64_t end) const {
+  const std::uint64_t first = start / stratumLength_;
+  const std::uint64_t last = (end - 1) / stratumLength_;
+  if (last - first > 1) {
+    return 1.0;  // a whole stratum lies between the two
+  }
+  double chanceToMiss = 1.0;
+  for (std::uint64_t stratum = first; stratum <= last; ++stratum) {
+    const std::uint64_t stratumStart = stratum * stratumLength_;
+    const std::uint64_t length = lengthOfStratum(stratum);
+    const std::uint64_t shared =
+        std::min(end, stratumStart + length) - std::max(start, stratumStart);
+    chanceToMiss *= 1.0 - static_cast<double>(shared) / static_cast<double>(length);
+  }
+  return 1.0 - chanceToMiss;
+}
+
+void Sampler::drawFrom(std::uint64_t stratum) {
+  stratum_ = stratum;
+  const std::uint64_t start = stratum * stratumLength_;
+  position_ = start < dataBytes_ ? start + engine_() % lengthOfStratum(stratum) : kNoPosition;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <random>
+
+#include "simulator/options.h"
+
+// The sample. The bytes of all listed files are laid end to end and cut into strata of equal
+// length; one random position in each picks the block it falls into. Blocks are counted from the
+// start of each file, so the last block of a file may be short, and a block is never picked twice.
+
+// What the sample is drawn from.
+struct Population {
+  std::uint64_t bytes = 0;
+  double squaredBlockBytes = 0.0;  // sum over all blocks
+};
+
+// Measures the files on the list. Throws std::runtime_error when the list cannot be used.
+Population measureList(const Options& options);
+
+// The length of a stratum, in bytes, that lets the sample cover the asked share of the data in at
+// least the asked number of blocks. 1 picks every block.
+std::uint64_t stratumLength(const Population& population, const Options& options);
+
+struct PickedBlock {
+  std::uint64_t offset = 0;  // in the file
+  std::uint64_t length = 0;
+  double weight = 1.0;  // how many bytes of data each byte of the block stands for
+};
+
+// Draws the sample file by file, in the order of the list.
+class Sampler {
+ public:
+  Sampler(const Population& population, const Options& options);
+
+  // Goes on to the next file.
+  void startFile(std::uint64_t size);
+
+  // The next block picked in the current file, or none when there is no more.
+  std::optional<PickedBlock> nextBlock();
+
+  // Bytes of data, from 0, that lie before the end of the current file.
+  [[nodiscard]] std::uint64_t bytesPassed() const { return fileEnd_; }
+
+ private:
+  [[nodiscard]] std::uint64_t lengthOfStratum(std::uint64_t stratum) const;
+  [[nodiscard]] double chanceToPick(std::uint64_t start, std::uint64_t end) const;
+  void drawFrom(std::uint64_t stratum);
+
+  std::uint64_t blockSize_;
+  std::uint64_t dataBytes_;
+  std::uint64_t stratumLength_;
+  std::mt19937_64 engine_;
+  std::uint64_t stratum_ = 0;
+  std::uint64_t position_ = 0;  // drawn in stratum_
+  std::uint64_t fileStart_ = 0;
+  std::uint64_t fileEnd_ = 0;
+};

@@ -1,0 +1,186 @@
+#include "survey/survey.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "common/descriptor.h"
+#include "common/path.h"
+#include "common/terminal.h"
+
+namespace {
+
+constexpr std::size_t kEntryBufferSize = 1 << 16;
+
+// A deeper tree makes do with as many, since a process may not open very many at once.
+constexpr std::size_t kMostOpenLevels = 32;
+
+// One directory on the way from the surveyed one down to where the walk is.
+struct Level {
+  Descriptor descriptor;         // not open while the walk is far below
+  struct stat identity {};       // filled when the descriptor is given up
+  std::size_t pathLength = 0;    // of the directory's own path
+  std::size_t firstPending = 0;  // where its subdirectories' names start
+};
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_ino == b.st_ino && a.st_dev == b.st_dev;
+}
+
+class Walk {
+ public:
+  Walk(const std::string& directory, const struct stat& excluded, const FileVisitor& visitFile)
+      : path_(directory), excluded_(excluded), visitFile_(visitFile), entries_(kEntryBufferSize) {}
+
+  SurveyFigures run() {
+    Descriptor top = openPath(path_, O_RDONLY | O_DIRECTORY);
+    if (!top.isOpen() || !enter(std::move(top))) {
+      throw std::system_error(errno, std::generic_category(), "cannot read " + escapePath(path_));
+    }
+    ++figures_.directories;
+    while (!levels_.empty()) {
+      path_.resize(levels_.back().pathLength);
+      if (pending_.size() == levels_.back().firstPending) {
+        levels_.pop_back();
+      } else {
+        descend();
+      }
+    }
+    return figures_;
+  }
+
+ private:
+  // Makes the directory at path_ the deepest level and reads it: counts its files at once and puts
+  // its subdirectories aside. Returns false, with errno set, when it cannot be read to its end.
+  bool enter(Descriptor descriptor) {
+    levels_.push_back({std::move(descriptor), {}, path_.size(), pending_.size()});
+    if (levels_.size() > kMostOpenLevels) {
+      giveUpDescriptor(levels_[levels_.size() - 1 - kMostOpenLevels]);
+    }
+    const int directory = levels_.back().descriptor.number();
+    while (true) {
+      const ssize_t length = getdents64(directory, entries_.data(), entries_.size());
+      if (length <= 0) {
+        return length == 0;
+      }
+      ssize_t offset = 0;
+      while (offset < length) {
+        const auto* entry = reinterpret_cast<const dirent64*>(&entries_[offset]);
+        offset += entry->d_reclen;
+        visitEntry(directory, entry->d_name, entry->d_type);
+      }
+    }
+  }
+
+  void visitEntry(int directory, const char* name, unsigned char type) {
+    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+      return;
+    }
+    if (type == DT_DIR) {
+      putAside(name);
+      return;
+    }
+    if (type != DT_REG && type != DT_UNKNOWN) {
+      return;
+    }
+    appendToPath(name);
+    struct stat status {};
+    if (fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      leaveOut();
+    } else if (S_ISDIR(status.st_mode)) {
+      putAside(name);
+    } else if (S_ISREG(status.st_mode) && !isSameFile(status, excluded_)) {
+      countFile(static_cast<std::uint64_t>(status.st_size));
+    }
+    path_.resize(levels_.back().pathLength);
+  }
+
+  void countFile(std::uint64_t size) {
+    if (__builtin_add_overflow(figures_.bytes, size, &figures_.bytes)) {
+      throw std::system_error(EOVERFLOW, std::generic_category(), "cannot add up the sizes");
+    }
+    ++figures_.files;
+    visitFile_(path_, size, figures_);
+  }
+
+  void putAside(const char* name) {
+    ++figures_.directories;
+    pending_.append(name, std::strlen(name) + 1);
+  }
+
+  // Goes down into the subdirectory that was put aside last.
+  void descend() {
+    const std::size_t end = pending_.size() - 1;
+    const std::size_t start = pending_.rfind('\0', end - 1) + 1;  // 0 when there is none before
+    const std::string name = pending_.substr(start, end - start);
+    pending_.resize(start);
+
+    const bool isParentOpen = recoverDescriptor(levels_.back());
+    appendToPath(name.c_str());
+    if (!isParentOpen) {
+      leaveOut();
+      return;
+    }
+    Descriptor child(openat(levels_.back().descriptor.number(), name.c_str(),
+                            O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!child.isOpen() || !enter(std::move(child))) {
+      leaveOut();
+    }
+  }
+
+  static void giveUpDescriptor(Level& level) {
+    if (level.descriptor.isOpen() && fstat(level.descriptor.number(), &level.identity) == 0) {
+      level.descriptor = Descriptor();
+    }
+  }
+
+  // Opens the directory again by its path, which must still lead to it.
+  bool recoverDescriptor(Level& level) {
+    if (level.descriptor.isOpen()) {
+      return true;
+    }
+    Descriptor descriptor = openPath(path_, O_RDONLY | O_DIRECTORY);
+    struct stat status {};
+    if (!descriptor.isOpen() || fstat(descriptor.number(), &status) != 0) {
+      return false;
+    }
+    if (!isSameFile(status, level.identity)) {
+      errno = ENOENT;
+      return false;
+    }
+    level.descriptor = std::move(descriptor);
+    return true;
+  }
+
+  void appendToPath(const char* name) {
+    if (!path_.ends_with('/')) {
+      path_ += '/';
+    }
+    path_ += name;
+  }
+
+  void leaveOut() {
+    ++figures_.leftOut;
+    complain("cannot read " + escapePath(path_) + ": " + std::generic_category().message(errno));
+  }
+
+  std::string path_;
+  const struct stat& excluded_;
+  const FileVisitor& visitFile_;
+  std::vector<char> entries_;
+  std::string pending_;  // names of subdirectories still to visit, each ended by a NUL byte
+  std::vector<Level> levels_;
+  SurveyFigures figures_;
+};
+
+}  // namespace
+
+SurveyFigures surveyDirectory(const std::string& directory, const struct stat& excluded,
+                              const FileVisitor& visitFile) {
+  return Walk(directory, excluded, visitFile).run();
+}

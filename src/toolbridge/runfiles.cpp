@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 
@@ -9,9 +11,12 @@
 
 namespace {
 
+// A directory of that name holds no figures, and no file can have too long a name.
+constexpr std::array kNothingThere = {ENOENT, ENOTDIR, EISDIR, ENAMETOOLONG};
+
 int discard(const std::string& fileName) {
-  // A directory of that name holds no figures.
-  if (unlink(fileName.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR || errno == EISDIR) {
+  if (unlink(fileName.c_str()) == 0 ||
+      std::find(kNothingThere.begin(), kNothingThere.end(), errno) != kNothingThere.end()) {
     return 0;
   }
   std::printf("Failed to remove the earlier figures %s\n", fileName.c_str());

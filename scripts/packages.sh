@@ -1,0 +1,34 @@
+# Sourced by the other scripts: installs what a build needs and this machine lacks.
+
+# install PACKAGE...: asks apt for packages, as root or through sudo.
+install() {
+  if ! command -v apt-get >/dev/null; then
+    echo "missing here, and no apt-get to install it: $*" >&2
+    return 1
+  fi
+  local sudo=
+  [ "$(id -u)" -eq 0 ] || sudo=sudo
+  echo "installing: $*" >&2
+  {
+    $sudo apt-get update -qq &&
+      $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@"
+  } </dev/null >&2
+}
+
+# have_header HEADER: true when the compiler finds it.
+have_header() {
+  echo "#include <$1>" | c++ -E -x c++ - >/dev/null 2>&1
+}
+
+# need [--tests]: makes sure of what the programs, and on demand the tests, are built with.
+need() {
+  local missing=()
+  command -v c++ >/dev/null || missing+=(g++)
+  command -v cmake >/dev/null || missing+=(cmake)
+  command -v make >/dev/null || missing+=(make)
+  have_header zstd.h || missing+=(libzstd-dev)
+  if [ "${1-}" = --tests ]; then
+    have_header gtest/gtest.h || missing+=(libgtest-dev)
+  fi
+  [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+}

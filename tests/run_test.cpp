@@ -1,0 +1,219 @@
+#include <regex>
+
+#include "scratch.h"
+
+// The estimator itself in a folder of its own, with scripted tools, driven through its standard
+// input.
+
+namespace {
+
+const std::string kNote =
+    "[Note]:\n1. This tool does not collect and damage user data.\n"
+    "2. If this tool is used on a host that runs services, run the tool in off-peak hours.\n"
+    "Do you want to continue? [Y/N] ";
+const std::string kAskDirectory = "Please enter the dir to be detected: ";
+const std::string kAskThreads = "Please enter the thread number to be detected: ";
+const std::string kInvalid = "Invalid obtains...\nDo you want retry? [Y/N] ";
+const std::string kTooFew = "Thread number must be greater than zero. " + kInvalid;
+const std::string kTooMany =
+    "Thread number is more than 20, this might reduce front-end performance, more threads only "
+    "reduce\nexecution time, do you want to continue? [Y/N] ";
+const std::string k36(36, '-'), k40(40, '-'), k100(100, '-');
+
+// Enough data for a report without a warning.
+const std::string kFigures =
+    "detect_directory_size is: 536870912000\ndetect_directory_file_count is: 5000\n"
+    "detect_directory_dir_count is: 100\n";
+const std::string kResult = "part 0: detection finished ratio: 1.43 blocks: 9 bytes: 26843545600\n";
+const std::string kOverall = "totalDetectedSize is 536870912000\n" + k36 + " Over all estimation status " + k36 +
+                             "\nFinished detect 5.00% data\nEstimated compression ratio = 1.43\n"
+                             "Estimation execution time = N[ms]\nTotal execution time = N[ms]\n" +
+                             k100 + "\n";
+
+std::string detected(const std::string& size = "536870912000", const std::string& files = "5000") {
+  return k40 + " Detect Information " + k40 + "\nSize of detected directory: " + size +
+         "\nTotal number of files: " + files + "\n" + k100 + "\nDetection execution time = N[ms]\n" + k40 +
+         " Estimation Results " + k40 + "\n";
+}
+
+std::string aliasOf(const std::string& path) { return std::regex_replace(path.substr(1), std::regex("/"), "_"); }
+
+struct Run : testing::Test {
+  // Each tool notes its arguments, hands out what lies ready and does what the test asks for.
+  Run() {
+    scratch.write("data/file", "content");
+    writeTool("kel_evaluation_tool", "[ ! -e figures ] || cp figures \"./$2_file_info.log\"\n");
+    writeTool("kel_sim_test", "eval \"file=\\${$#}\"\n[ ! -e result ] || cp result \"$file\"\n");
+    scratch.write("figures", kFigures);
+    scratch.write("result", kResult);
+  }
+
+  void writeTool(const std::string& name, const std::string& script) const {
+    const std::string head = "#!/bin/sh\n{ printf '<%s>' \"$@\"; echo; } >> calls\n";
+    const std::string tail = "[ ! -e during_" + name + " ] || . ./during_" + name + "\n";
+    fs::permissions(scratch.write(name, head + script + tail), fs::perms::all);
+  }
+
+  // What the tools note of a run with these values.
+  static std::string calls(const std::string& directory, const std::string& threads,
+                           const std::string& size = "536870912000") {
+    const std::string alias = aliasOf(directory);
+    return "<" + directory + "><" + alias + ">\n<-f><" + alias +
+           "_file_type_file_list_new.log><-s><128><-r><0.05><-j><64><-t><" + threads + "><-o><" + size +
+           "><-i><0><-l><./artifact/" + alias + "_p0.drav>\n";
+  }
+
+  Outcome estimate(const std::string& input, const std::string& command = KEL_ESTIMATOR) const {
+    Outcome outcome = scratch.run(command, input);
+    outcome.output = std::regex_replace(outcome.output, std::regex("= [0-9]+\\[ms\\]"), "= N[ms]");
+    return outcome;
+  }
+
+  // A run on the data, and what it shows after the dialogue.
+  void expectReport(const std::string& report, const std::string& command = KEL_ESTIMATOR) const {
+    const Outcome run = estimate("y " + data + " 2", command);
+    EXPECT_EQ(run.output, dialogue + report);
+    EXPECT_EQ(run.status, report.ends_with(k100 + "\n") ? 0 : 1);
+  }
+
+  Scratch scratch;
+  std::string data = scratch.folder / "data";
+  std::string dialogue = kNote + kAskDirectory + "aliasName _" + aliasOf(data) + "\n" + kAskThreads;
+  std::string failedSize = "\nFailed to get estimate size " + data + "\n";
+};
+
+TEST_F(Run, CompleteReport) {
+  scratch.write("during_kel_evaluation_tool", "echo surveyed\n");
+  scratch.write("during_kel_sim_test", "echo sampled\n");
+  const Outcome run = estimate("\n\n Y\n" + data + "\n007\n");
+  EXPECT_EQ(run.output, dialogue + "surveyed\n" + detected() + "sampled\n" + kOverall);
+  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(scratch.read("calls"), calls(data, "007"));
+}
+
+TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
+  fs::create_directory(scratch.folder / "empty");
+  fs::create_symlink("loop", scratch.folder / "loop");
+  fs::create_symlink("data", scratch.folder / "link");
+  const auto expect = [this](const std::string& input, const std::string& output) {
+    const Outcome run = estimate(input);
+    EXPECT_EQ(run.output, kNote + output) << input;
+    EXPECT_EQ(run.status, 1) << input;
+  };
+  for (const char* declined : {"", "n", "yes", "N y", "yy"}) { expect(declined, ""); }
+  const std::string here = scratch.folder.string() + "/";
+  for (const std::string& bad : {std::string("data\0", 5), here + "loop", here + std::string(300, 'x')}) {
+    expect("y " + bad, kAskDirectory + kInvalid);
+  }
+  for (const std::string bad : {"", "data/file", "missing n", "empty yes", "loop"}) {
+    expect("y " + bad, kAskDirectory + kInvalid);
+  }
+  const std::string good = dialogue.substr(kNote.size());
+  expect("y " + here + "empty y data 3x", kAskDirectory + kInvalid + good + kInvalid);
+  expect("y missing y", kAskDirectory + kInvalid + kAskDirectory + kInvalid);
+  expect("y " + here + "link//../data/ abc",
+         kAskDirectory + "aliasName _" + aliasOf(here) + "link__.._data_\n" + kAskThreads + kTooFew);
+  expect("y empty/../data/. -5", good + kTooFew);
+  expect("y link 0 Y", good + kTooFew + kAskThreads + kTooFew);
+  expect("y data 8x y", good + kInvalid + kAskThreads + kInvalid);
+  expect("y data +5", good + kInvalid);
+  expect("y data 21 n", good + kTooMany);
+  expect("y data 99999999999999999999 yy", good + kTooMany);
+  expect("y /", kAskDirectory +
+                    "aliasName _\nGet invalid path input, please use absolute path "
+                    "instead of relative path\n");
+  EXPECT_FALSE(scratch.has("calls"));
+}
+
+TEST_F(Run, ADirectoryThatMayNotBeReadIsInvalid) {
+  fs::permissions(scratch.write("tree/file", "").parent_path(), fs::perms::none);
+  EXPECT_EQ(scratch.runUnprivileged(KEL_ESTIMATOR, "y tree").output, kNote + kAskDirectory + kInvalid);
+}
+
+TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
+  const auto expect = [this](const std::string& folder, const std::string& threads) {
+    const std::string directory = scratch.write(folder + "/set/file", "x").parent_path();
+    for (const char* name : {"kel_evaluation_tool", "kel_sim_test", "figures", "result"}) {
+      fs::copy(scratch.folder / name, scratch.folder / folder / name);
+    }
+    const std::string enter = "cd ./" + quoteForShell(folder) + " && ";
+    EXPECT_EQ(estimate("y set " + threads + " y", enter + KEL_ESTIMATOR).status, 0) << folder;
+    EXPECT_EQ(scratch.read(folder + "/calls"), calls(directory, threads));
+    EXPECT_FALSE(scratch.has("hit") || scratch.has(folder + "/hit"));
+  };
+  expect("a;touch hit", "20");
+  expect("it's $(touch hit) `touch hit`", "21");
+  expect("two\nlines\n", "25;x");
+  expect("-n *?[a]~#&|<>(){}!\"\\", "21'$(id)");
+  expect("%s%n\x01\x7f\xff\xfe caf\xc3\xa9", "25\xffz");
+}
+
+TEST_F(Run, FiguresDecideHowTheRunEnds) {
+  const auto expect = [this](const std::string& figures, const std::string& result, const std::string& report) {
+    scratch.write("figures", figures);
+    scratch.write("result", result);
+    expectReport(report);
+  };
+  const auto failed = [](const std::string& figure, const std::string& text) {
+    return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
+  };
+  const std::string huge = "1" + std::string(400, '0');
+  const std::string none = detected("", "");
+  expect(kFigures, kResult + kResult, detected() + failedSize);
+  expect("", "0 detection finished 4 5 x 7 8 9 " + huge, none + failed("estimated size", huge));
+  expect("", kResult, none + failed("detected size", ""));
+  expect(kFigures, "0 detection finished 4 5 x 7 8 9 10", detected() + failed("compression ratio", "x"));
+  fs::remove(scratch.folder / "calls");
+  expect("detect_directory_size is: 1;id\n" + kFigures, "", detected("1;id\n536870912000") + failedSize);
+  EXPECT_EQ(scratch.read("calls"), calls(data, "2", "1;id\n536870912000"));
+}
+
+TEST_F(Run, OldFiguresAreNeverReported) {
+  expectReport(detected() + kOverall);
+  fs::remove(scratch.folder / "result");
+  expectReport(detected() + failedSize);
+  fs::remove(scratch.folder / "kel_evaluation_tool");
+  expectReport(detected("", "") + failedSize);
+  fs::create_directory(scratch.folder / (aliasOf(data) + "_file_info.log"));
+  expectReport(detected("", "") + failedSize);
+}
+
+TEST_F(Run, ArtifactDirectoryIsMadeOnlyWhenMissing) {
+  const auto expect = [this](const char* linkTarget, const std::string& errors) {
+    fs::remove(scratch.folder / "artifact");
+    fs::create_symlink(linkTarget, scratch.folder / "artifact");
+    EXPECT_EQ(estimate("y " + data + " 2", "LC_ALL=C " KEL_ESTIMATOR).errors.substr(0, 55), errors);
+  };
+  expect("data", "");
+  expect("nowhere", "mkdir: cannot create directory 'artifact': File exists\n");
+  expect("data/file", "mkdir: cannot create directory 'artifact': File exists\n");
+}
+
+TEST_F(Run, APipelineThatCannotStartEndsTheRun) {
+  // A tool that takes the estimator's descriptors away stands for a machine out of resources.
+  const std::string starve = "prlimit --pid \"$(cat pid)\" --nofile=3\n";
+  const std::string command = "sh -c 'echo $$ > pid; exec " KEL_ESTIMATOR "'";
+  scratch.write("during_kel_sim_test", starve);
+  expectReport(detected() + "Failed to estimate dir " + data + "\n", command);
+  scratch.write("during_kel_evaluation_tool", starve);
+  expectReport("Failed to detect the size of dir " + data + "\n\n", command);
+}
+
+TEST_F(Run, AReportThatCannotBeWrittenIsNoCompleteRun) {
+  const std::string answers = "y " + data + " 2";
+  EXPECT_EQ(estimate(answers, KEL_ESTIMATOR " > /dev/full").status, 1);
+  EXPECT_EQ(estimate(answers, KEL_ESTIMATOR " >&-").status, 1);
+  EXPECT_FALSE(scratch.has("calls")) << "nobody saw the prompts";
+  scratch.write("during_kel_evaluation_tool", "while [ -e \"/proc/$(cat reader)/fd/0\" ]; do :; done");
+  const std::string leaver = "mkfifo out; head -c 1 out > /dev/null & echo $! > reader; ";
+  EXPECT_EQ(estimate(answers, leaver + KEL_ESTIMATOR " > out").status, 1);
+}
+
+TEST_F(Run, APromptIsShownBeforeItsAnswerIsRead) {
+  const std::string start = "mkfifo in out; " KEL_ESTIMATOR " < in > out & exec 3> in 4< out; ";
+  const std::string read = "timeout 10 head -c " + std::to_string(kNote.size()) + " <&4; ";
+  EXPECT_EQ(estimate("", start + read + "echo n >&3; wait $!; echo $?").output, kNote + "1\n");
+}
+
+}  // namespace

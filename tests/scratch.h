@@ -1,0 +1,68 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+
+#include "toolbridge/command.h"
+
+namespace fs = std::filesystem;
+
+// What `action` prints on standard output, and "!" with the message of the exception that ends it.
+inline std::string printedBy(const std::function<void()>& action) {
+  std::string thrown;
+  testing::internal::CaptureStdout();
+  try {
+    action();
+  } catch (const std::exception& error) { thrown.append("!").append(error.what()); }
+  return testing::internal::GetCapturedStdout() + thrown;
+}
+
+struct Outcome {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+// A folder of its own for each test, gone afterwards. Standard streams lie beside it.
+struct Scratch {
+  Scratch() { fs::create_directory(folder); }
+  ~Scratch() { runCommand("cd " + quoteForShell(top) + " && chmod -R u+rwx . && rm -rf \"$PWD\""); }
+
+  fs::path write(const std::string& name, const std::string& content) const {
+    fs::create_directories((folder / name).parent_path());
+    std::ofstream(folder / name) << content;
+    return folder / name;
+  }
+  std::string read(const std::string& name) const {
+    std::ostringstream content;
+    content << std::ifstream(folder / name).rdbuf();
+    return content.str();
+  }
+  bool has(const std::string& name) const { return fs::exists(fs::symlink_status(folder / name)); }
+
+  // Runs a shell command in the folder.
+  Outcome run(const std::string& command, const std::string& input = "") const {
+    write("../in", input);
+    const std::string line = "cd " + quoteForShell(folder) + " && { " + command + "\n}";
+    const int status = std::system((line + " < ../in > ../out 2> ../err").c_str());
+    return {WEXITSTATUS(status), read("../out"), read("../err")};
+  }
+
+  // Runs a program of the folder's without the rights that only root has.
+  Outcome runUnprivileged(const fs::path& program, const std::string& input = "") const {
+    fs::copy_file(program, folder / program.filename());
+    runCommand("chmod a+rwx " + quoteForShell(top) + " " + quoteForShell(folder));
+    const std::string user = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups " : "";
+    return run(user + "./" + program.filename().string() + " tree a", input);
+  }
+
+  std::string pattern = fs::temp_directory_path() / "kelXXXXXX";
+  fs::path top = fs::canonical(mkdtemp(pattern.data()));
+  fs::path folder = top / "work";
+};

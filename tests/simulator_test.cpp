@@ -1,0 +1,168 @@
+#include <zstd.h>
+
+#include <map>
+#include <random>
+
+#include "common/terminal.h"
+#include "scratch.h"
+#include "simulator/sample.h"
+
+namespace {
+
+struct Simulator : testing::Test {
+  std::string randomBytes(std::size_t length) {
+    std::string bytes(length, '\0');
+    std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<char>(random() >> 8); });
+    return bytes;
+  }
+
+  // About as compressible as a log.
+  std::string randomText(std::size_t length) {
+    std::string text;
+    while (text.size() < length) text += "line " + std::to_string(random() % 1000) + "\n";
+    return text.substr(0, length);
+  }
+
+  void add(const std::string& name, const std::string& content) {
+    scratch.write("data/" + name, content);
+    list += std::to_string(content.size()) + " data/" + name + "\n";
+    total += content.size();
+  }
+
+  // Options given later replace those given before.
+  std::string command(const std::string& options = "") const {
+    scratch.write("list", list);
+    const std::string usual = " -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result -o ";
+    return KEL_SIM_TEST + usual + std::to_string(total) + " " + options;
+  }
+
+  // A field of the result, counted from 1.
+  double sampled(int field, const std::string& options = "") const {
+    const Outcome run = scratch.run(command(options) + "; awk '{print $" + std::to_string(field) + "}' result");
+    EXPECT_EQ(run.errors, "") << options;
+    return std::stod("0" + run.output);
+  }
+  double ratio(const std::string& options) const { return sampled(6, options); }
+  double share(const std::string& options) const { return sampled(10, options) / static_cast<double>(total); }
+
+  std::minstd_rand random{1};
+  Scratch scratch;
+  std::string list;
+  std::uint64_t total = 0;
+};
+
+TEST_F(Simulator, ReadsEverythingWhenAskedOrWhenThereIsLittle) {
+  double compressed = 0;
+  std::string out(5000, '\0');
+  for (const std::string& content : {randomText(4096 * 5), randomBytes(4097), std::string("x"), std::string()}) {
+    add(std::to_string(content.size()), content);
+    for (std::size_t offset = 0; offset < content.size(); offset += 4096) {
+      const std::string block = content.substr(offset, 4096);
+      const std::size_t size = ZSTD_compress(out.data(), out.size(), block.data(), block.size(), 1);
+      compressed += static_cast<double>(std::min(size, block.size()));
+    }
+  }
+  for (const char* options : {"-r 1 -j 1", "-j 7", "-j 1 -o 999999999"}) {
+    EXPECT_EQ(share(options), 1.0) << options;
+    EXPECT_NEAR(ratio(options), static_cast<double>(total) / compressed, 0.00005) << options;
+  }
+  EXPECT_LT(share("-j 6"), 1.0);
+  EXPECT_EQ(scratch.run(command("-i 7 -r 1") + "; sed 's/ratio: [0-9.]*/R/' result").output,
+            "part 7: detection finished R blocks: 8 bytes: " + std::to_string(total) + "\n");
+}
+
+TEST_F(Simulator, SampledRatioMeetsTheExhaustiveOne) {
+  for (int i = 0; i < 1500; ++i) add("small" + std::to_string(i), randomText(200 + random() % 3000));
+  for (int i = 0; i < 5; ++i) add("large" + std::to_string(i), randomBytes(400000));
+  double mean = 0.0;
+  for (int part = 0; part < 24; ++part) mean += ratio("-i " + std::to_string(part)) / 24;
+  EXPECT_NEAR(mean / ratio("-r 1"), 1.0, 0.01);
+  EXPECT_NEAR(share(""), 0.1, 0.005);
+  EXPECT_NEAR(sampled(8, "-r 0.0001 -j 200"), 300, 100);
+  const double once = ratio("-i 5 -t 1");
+  for (const char* threads : {"2", "7", "'3;x'", "999999", "x"}) {
+    EXPECT_EQ(ratio(std::string("-i 5 -t ") + threads), once) << threads;
+  }
+  EXPECT_NE(ratio("-i 6"), once);
+}
+
+TEST(Sample, EveryBlockWeighsTheInverseOfItsChance) {
+  const std::vector<std::uint64_t> sizes = {1000, 30, 250, 0, 99, 150, 20, 20, 20, 600, 100, 26};
+  Options options;
+  options.blockSize = 100;
+  options.fewestBlocks = 1;
+  options.totalBytes = 2315;
+  const Population population = {2315, 20 * 10000 + 30 * 30 + 2 * 50 * 50 + 99 * 99 + 3 * 20 * 20 + 26 * 26};
+  for (options.fraction = 0.2; options.fraction < 0.9; options.fraction += 0.3) {
+    std::map<std::pair<std::size_t, std::uint64_t>, double> weights;
+    double share = 0.0;
+    constexpr int kParts = 20000;
+    for (options.part = 0; options.part < kParts; ++options.part) {
+      Sampler sampler(population, options);
+      for (std::size_t file = 0; file < sizes.size(); ++file) {
+        sampler.startFile(sizes[file]);
+        while (const auto block = sampler.nextBlock()) {
+          EXPECT_EQ(block->length, std::min<std::uint64_t>(100, sizes[file] - block->offset));
+          weights[{file, block->offset}] += block->weight / kParts;
+          share += static_cast<double>(block->length) / kParts / 2315;
+        }
+      }
+    }
+    EXPECT_EQ(weights.size(), 28U);
+    for (const auto& [block, weight] : weights) EXPECT_NEAR(weight, 1.0, 0.12) << block.first;
+    EXPECT_TRUE(share < options.fraction + 0.01 && share > 0.8 * options.fraction) << share;
+  }
+}
+
+TEST_F(Simulator, SkipsWhatCannotBeReadAndSaysHowMany) {
+  for (const char* name : {"kept", "gone", "shrunk", "pipe", "link", "folder"}) add(name, randomText(9000));
+  list += "5 data/back\\\\slash\\n\n";
+  scratch.write("data/back\\slash\n", "12345");
+  fs::resize_file(scratch.folder / "data/shrunk", 8999);
+  const std::string spoil = "(cd data; rm gone pipe link folder; mkfifo pipe; ln -s kept link; mkdir folder); ";
+  const Outcome run = scratch.run(spoil + command("-r 1"));
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.errors, "kel_sim_test: 5 files that vanished, shrank or may not be read were skipped\n");
+  EXPECT_TRUE(scratch.read("result").ends_with(" blocks: 6 bytes: 17197\n"));
+}
+
+TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
+  add("file", "12345");
+  const std::string usage =
+      "\nusage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART -l RESULT\n";
+  const auto expect = [&](const std::string& options, const std::string& message) {
+    scratch.write("result", "old");
+    const Outcome run = scratch.run(command(options));
+    EXPECT_EQ(run.status, 1) << options;
+    EXPECT_EQ(run.errors, "kel_sim_test: " + message);
+    EXPECT_EQ(scratch.has("result"), message.ends_with(usage)) << options;
+  };
+  scratch.write("zero", "0 data/file\n");
+  expect("-f nothing", "cannot open nothing\n");
+  expect("-f data", "cannot read data\n");
+  expect("-f /dev/null", "no data to sample in /dev/null\n");
+  expect("-f zero", "no data to sample in zero\n");
+  expect("-f data/file", "not a list of files: data/file\n");
+  for (const std::string bad : {"s0", "s65537", "s4k", "r0", "r1.01", "rnan", "r", "r1x", "j0", "o", "i-1"}) {
+    const std::string complaint = "option -" + bad.substr(0, 1) + " cannot be \"" + bad.substr(1) + "\"";
+    expect("-" + bad.substr(0, 1) + " '" + bad.substr(1) + "'", complaint + usage);
+  }
+  for (const char* bad : {"-x", "-l"}) expect(bad, "wrong options" + usage);
+  expect("stray", "every option must be given once, and nothing else" + usage);
+  EXPECT_EQ(scratch.run("(ulimit -f 0; " + command() + ") 2>&1 | cat; ls -A").output,
+            "kel_sim_test: cannot write result: File too large\ndata\nlist\nzero\n");
+}
+
+TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
+  // A list that never comes keeps the simulator waiting.
+  const std::string start = "mkfifo pipe; " + command("-f pipe") + " & until ls -A | grep kel; do sleep 0.01; done; ";
+  EXPECT_EQ(scratch.run(start + "kill -TERM $!; wait $!; echo $?; ls").output.substr(12), "143\nlist\npipe\n");
+}
+
+TEST(Terminal, FiguresAreForPeople) {
+  EXPECT_EQ(readableSize(1023) + ", " + readableSize(1024) + ", " + readableSize(0x1p80),
+            "1023 B, 1.0 KiB, 1048576.0 EiB");
+  EXPECT_EQ(readableTime(59.4) + ", " + readableTime(59.6) + ", " + readableTime(3600), "59 s, 1 min 0 s, 1 h 0 min");
+}
+
+}  // namespace

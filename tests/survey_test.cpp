@@ -1,0 +1,73 @@
+#include "scratch.h"
+
+namespace {
+
+const std::string kInfo = "a_file_info.log";
+const std::string kList = "a_file_type_file_list_new.log";
+
+// What find says of the folder, as the survey would.
+const std::string kFindFigures =
+    "find . \\( -type f -printf 'f %s\\n' -o -type d -printf 'd 0\\n' \\) | awk '{ s += $2; n[$1]++ } END { "
+    "printf \"detect_directory_size is: %.0f\\ndetect_directory_file_count is: %d\\ndetect_directory_dir_count is: "
+    "%d\\n\", s, n[\"f\"], n[\"d\"] }'";
+const std::string kFindList =
+    "find . -type f -printf '%s %p\\0' | sed -z 's/\\\\/\\\\\\\\/g; s/\\n/\\\\n/g' | tr '\\0' '\\n' | LC_ALL=C sort";
+
+TEST(Survey, CountsAHostileTreeAsFindDoesButNotItsOwnResult) {
+  const Scratch scratch;
+  for (const char* name : {"plain", "two\nlines", "back\\slash\\n", "\xff\xfe", " ", "-x", "s/f"}) {
+    scratch.write(name, name);
+  }
+  fs::resize_file(scratch.folder / "plain", 1ULL << 36);
+  // Two branches at each of so many levels that neither a path nor open descriptors reach.
+  fs::current_path(scratch.folder);
+  for (int level = 0; level < 60; ++level) {
+    const std::string name(100, static_cast<char>('a' + level % 26));
+    fs::create_directories("side/deeper");
+    fs::copy_file("/proc/self/comm", "side/deeper/file");
+    fs::create_directory(name);
+    fs::current_path(name);
+  }
+  fs::current_path("/");
+  const Outcome found =
+      scratch.run("mkfifo pipe; ln -s . loop; ln -s plain soft; ln -s no dangling; ln plain s/hard; " + kFindFigures +
+                  "; " + kFindList);
+  const Outcome run = scratch.run(KEL_EVALUATION_TOOL " . a && cat " + kInfo + " && LC_ALL=C sort " + kList);
+  EXPECT_EQ(run.output + run.errors, found.output);
+  EXPECT_EQ(scratch.run("ulimit -n 45; rm a_*; " KEL_EVALUATION_TOOL " loop/ a; cat " + kInfo).output,
+            scratch.run("rm a_*; " + kFindFigures).output);
+}
+
+TEST(Survey, WhatCannotBeReadIsNamedAndLeftOut) {
+  const Scratch scratch;
+  scratch.write("tree/file", "12345");
+  fs::permissions(scratch.write("tree/closed/file", "1").parent_path(), fs::perms::none);
+  const Outcome run = scratch.runUnprivileged(KEL_EVALUATION_TOOL);
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.errors, "kel_evaluation_tool: cannot read tree/closed: Permission denied\n");
+  EXPECT_EQ(scratch.read(kInfo),
+            "detect_directory_size is: 5\ndetect_directory_file_count is: 1\ndetect_directory_dir_count is: 2\n");
+}
+
+TEST(Survey, AFailureLeavesAMessageAndNoResult) {
+  const Scratch scratch;
+  const auto expect = [&scratch](const std::string& arguments, const std::string& message, bool leavesEarlier) {
+    scratch.write(kInfo, "old");
+    scratch.write(kList, "old");
+    const Outcome run = scratch.run(KEL_EVALUATION_TOOL " " + arguments);
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(run.errors, "kel_evaluation_tool: " + message);
+    EXPECT_TRUE(scratch.has(kInfo) == leavesEarlier && scratch.has(kList) == leavesEarlier) << arguments;
+  };
+  expect("missing a", "cannot read missing: No such file or directory\n", false);
+  expect("'' a", "cannot read : No such file or directory\n", false);
+  expect("/dev/null a", "cannot read /dev/null: Not a directory\n", false);
+  expect(".", "usage: kel_evaluation_tool <directory> <aliasName>\n", true);
+  expect(". a b", "usage: kel_evaluation_tool <directory> <aliasName>\n", true);
+  expect(". n/a", "cannot create n/" + kList + ": No such file or directory\n", true);
+  scratch.write("file", "12345");
+  EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat; ls -A").output,
+            "kel_evaluation_tool: cannot write " + kList + ": File too large\nfile\n");
+}
+
+}  // namespace

@@ -158,7 +158,7 @@ TEST_F(Run, FiguresDecideHowTheRunEnds) {
   const auto failed = [](const std::string& figure, const std::string& text) {
     return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
   };
-  const std::string huge = "1" + std::string(400, '0');
+  const std::string huge(400, '9');
   const std::string none = detected("", "");
   expect(kFigures, kResult + kResult, detected() + failedSize);
   expect("", "0 detection finished 4 5 x 7 8 9 " + huge, none + failed("estimated size", huge));

@@ -17,9 +17,9 @@ int removalError = 0;
 }  // namespace
 
 // These stand in front of the system's, which fail only on a machine in trouble.
-extern "C" std::FILE* popen(const char* command, const char* mode) {
+extern "C" std::FILE* popen(const char* command, const char* modes) {
   const auto real = reinterpret_cast<decltype(&popen)>(dlsym(RTLD_NEXT, "popen"));
-  return pipesBeforeFailure-- == 0 ? nullptr : real(command, mode);
+  return pipesBeforeFailure-- == 0 ? nullptr : real(command, modes);
 }
 extern "C" int unlink(const char* name) noexcept {
   errno = removalError;
@@ -63,7 +63,7 @@ TEST_F(ToolBridge, QuotingSurvivesARealShell) {
   for (unsigned i = 1; i < 2000; ++i) {
     std::string value(1 + random() % 9, static_cast<char>(i % 255 + 1));  // each byte alone, too
     std::generate(value.begin() + 1, value.end(), [&] { return static_cast<char>(random() | 1); });
-    arguments += " " + quoteForShell(value);
+    arguments.append(" ").append(quoteForShell(value));
     expected += value + "\n";
   }
   EXPECT_EQ(scratch.run("printf '%s\\n'" + arguments).output, expected);
@@ -121,7 +121,7 @@ TEST_F(ToolBridge, ALookupThatCannotStartIsReportedOnceAndEndsTheStage) {
 TEST_F(ToolBridge, EarlierFiguresAreDiscardedOrTheRunEnds) {
   const auto discard = [](int error, int status) {
     removalError = error;
-    const std::string printed = printedBy([=] { EXPECT_EQ(discardEarlierFigures("a", 3), status); });
+    std::string printed = printedBy([=] { EXPECT_EQ(discardEarlierFigures("a", 3), status); });
     removalError = 0;
     return printed;
   };

@@ -11,14 +11,14 @@ Descriptor openPath(const std::string& path, int flags) {
     const std::size_t cut = path.rfind('/', start + PATH_MAX - 2);
     if (cut == std::string::npos || cut <= start) {
       errno = ENAMETOOLONG;
-      return Descriptor();
+      return {};
     }
     // The cut keeps its "/", so that a first piece is absolute when the path is.
     const std::string piece = path.substr(start, cut + 1 - start);
     base = Descriptor(openat(base.isOpen() ? base.number() : AT_FDCWD, piece.c_str(),
                              O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!base.isOpen()) {
-      return Descriptor();
+      return {};
     }
     start = cut + 1;
   }

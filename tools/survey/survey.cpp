@@ -34,8 +34,11 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
 
 class Walk {
  public:
-  Walk(const std::string& directory, const struct stat& excluded, const FileVisitor& visitFile)
-      : path_(directory), excluded_(excluded), visitFile_(visitFile), entries_(kEntryBufferSize) {}
+  Walk(std::string directory, const struct stat& excluded, const FileVisitor& visitFile)
+      : path_(std::move(directory)),
+        excluded_(excluded),
+        visitFile_(visitFile),
+        entries_(kEntryBufferSize) {}
 
   SurveyFigures run() {
     Descriptor top = openPath(path_, O_RDONLY | O_DIRECTORY);
@@ -68,10 +71,11 @@ class Walk {
       if (length <= 0) {
         return length == 0;
       }
-      ssize_t offset = 0;
-      while (offset < length) {
-        const auto* entry = reinterpret_cast<const dirent64*>(&entries_[offset]);
-        offset += entry->d_reclen;
+      const char* position = entries_.data();
+      const char* const end = position + length;
+      while (position < end) {
+        const auto* entry = reinterpret_cast<const dirent64*>(position);
+        position += entry->d_reclen;
         visitEntry(directory, entry->d_name, entry->d_type);
       }
     }

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the other scripts: installs what a build needs and this machine lacks.
 
 # install PACKAGE...: asks apt for packages, as root or through sudo.
@@ -20,14 +21,14 @@ have_header() {
   echo "#include <$1>" | c++ -E -x c++ - >/dev/null 2>&1
 }
 
-# need [--tests]: makes sure of what the programs, and on demand the tests, are built with.
+# need programs|tests: makes sure of what the programs alone, or also the tests, are built with.
 need() {
   local missing=()
   command -v c++ >/dev/null || missing+=(g++)
   command -v cmake >/dev/null || missing+=(cmake)
   command -v make >/dev/null || missing+=(make)
   have_header zstd.h || missing+=(libzstd-dev)
-  if [ "${1-}" = --tests ]; then
+  if [ "$1" = tests ]; then
     have_header gtest/gtest.h || missing+=(libgtest-dev)
   fi
   [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"

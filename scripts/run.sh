@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-need
+need programs
 {
   cmake --preset release
   cmake --build --preset release

@@ -5,8 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-need --tests >&2
-for preset in release asan; do
+need tests
+for preset in release asan tsan; do
   {
     cmake --preset "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:+ON}"
     cmake --build --preset "$preset"

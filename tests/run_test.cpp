@@ -204,6 +204,7 @@ TEST_F(Run, AReportThatCannotBeWrittenIsNoCompleteRun) {
   const std::string answers = "y " + data + " 2";
   EXPECT_EQ(estimate(answers, KEL_ESTIMATOR " > /dev/full").status, 1);
   EXPECT_EQ(estimate(answers, KEL_ESTIMATOR " >&-").status, 1);
+  EXPECT_EQ(estimate(answers, "ulimit -f 0; " KEL_ESTIMATOR).status, 1);
   EXPECT_FALSE(scratch.has("calls")) << "nobody saw the prompts";
   scratch.write("during_kel_evaluation_tool", "while [ -e \"/proc/$(cat reader)/fd/0\" ]; do :; done");
   const std::string leaver = "mkfifo out; head -c 1 out > /dev/null & echo $! > reader; ";

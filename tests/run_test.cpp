@@ -137,8 +137,8 @@ TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
     for (const char* name : {"kel_evaluation_tool", "kel_sim_test", "figures", "result"}) {
       fs::copy(scratch.folder / name, scratch.folder / folder / name);
     }
-    const std::string enter = "cd ./" + quoteForShell(folder) + " && ";
-    EXPECT_EQ(estimate("y set " + threads + " y", enter + KEL_ESTIMATOR).status, 0) << folder;
+    setenv("FOLDER", folder.c_str(), 1);
+    EXPECT_EQ(estimate("y set " + threads + " y", "cd \"./$FOLDER\" && " KEL_ESTIMATOR).status, 0) << folder;
     EXPECT_EQ(scratch.read(folder + "/calls"), calls(directory, threads));
     EXPECT_FALSE(scratch.has("hit") || scratch.has(folder + "/hit"));
   };

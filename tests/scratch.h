@@ -9,8 +9,6 @@
 #include <sstream>
 #include <string>
 
-#include "toolbridge/command.h"
-
 namespace fs = std::filesystem;
 
 // What `action` prints on standard output, and "!" with the message of the exception that ends it.
@@ -32,7 +30,7 @@ struct Outcome {
 // A folder of its own for each test, gone afterwards. Standard streams lie beside it.
 struct Scratch {
   Scratch() { fs::create_directory(folder); }
-  ~Scratch() { runCommand("cd " + quoteForShell(top) + " && chmod -R u+rwx . && rm -rf \"$PWD\""); }
+  ~Scratch() { EXPECT_EQ(std::system(("chmod -R u+rwx '" + top + "' && rm -rf '" + top + "'").c_str()), 0); }
 
   fs::path write(const std::string& name, const std::string& content) const {
     fs::create_directories((folder / name).parent_path());
@@ -49,20 +47,20 @@ struct Scratch {
   // Runs a shell command in the folder.
   Outcome run(const std::string& command, const std::string& input = "") const {
     write("../in", input);
-    const std::string line = "cd " + quoteForShell(folder) + " && { " + command + "\n}";
-    const int status = std::system((line + " < ../in > ../out 2> ../err").c_str());
+    const std::string line = "cd '" + top + "/work' && { " + command + "\n} < ../in > ../out 2> ../err";
+    const int status = std::system(line.c_str());
     return {WEXITSTATUS(status), read("../out"), read("../err")};
   }
 
   // Runs a program of the folder's without the rights that only root has.
   Outcome runUnprivileged(const fs::path& program, const std::string& input = "") const {
     fs::copy_file(program, folder / program.filename());
-    runCommand("chmod a+rwx " + quoteForShell(top) + " " + quoteForShell(folder));
+    run("chmod a+rwx . ..");
     const std::string user = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups " : "";
     return run(user + "./" + program.filename().string() + " tree a", input);
   }
 
   std::string pattern = fs::temp_directory_path() / "kelXXXXXX";
-  fs::path top = fs::canonical(mkdtemp(pattern.data()));
-  fs::path folder = top / "work";
+  std::string top = fs::canonical(mkdtemp(pattern.data()));
+  fs::path folder = top + "/work";
 };

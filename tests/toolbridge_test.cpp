@@ -8,6 +8,7 @@
 #include "dialogue/dialogue.h"
 #include "report/report.h"
 #include "scratch.h"
+#include "toolbridge/command.h"
 
 namespace {
 

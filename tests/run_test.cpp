@@ -126,9 +126,16 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
   EXPECT_FALSE(scratch.has("calls"));
 }
 
-TEST_F(Run, ADirectoryThatMayNotBeReadIsInvalid) {
-  fs::permissions(scratch.write("tree/file", "").parent_path(), fs::perms::none);
-  EXPECT_EQ(scratch.runUnprivileged(KEL_ESTIMATOR, "y tree").output, kNote + kAskDirectory + kInvalid);
+TEST_F(Run, WhatMayNotBeReadIsInvalidAndWhatMayNotBeRemovedEndsTheRun) {
+  const std::string tree = scratch.folder / "tree";
+  const std::string old = "./artifact/" + aliasOf(tree) + "_p0.drav";
+  fs::permissions(scratch.write(old, kResult).parent_path(), fs::perms::owner_exec | fs::perms::others_exec);
+  scratch.write("tree/file", "");
+  const auto run = [this] { return scratch.runUnprivileged(KEL_ESTIMATOR, "y tree 2").output.substr(kNote.size()); };
+  EXPECT_EQ(run(), kAskDirectory + "aliasName _" + aliasOf(tree) + "\n" + kAskThreads +
+                       "Failed to remove the earlier figures " + old + "\n");
+  fs::permissions(tree, fs::perms::none);
+  EXPECT_EQ(run(), kAskDirectory + kInvalid);
 }
 
 TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
@@ -191,13 +198,21 @@ TEST_F(Run, ArtifactDirectoryIsMadeOnlyWhenMissing) {
 }
 
 TEST_F(Run, APipelineThatCannotStartEndsTheRun) {
-  // A tool that takes the estimator's descriptors away stands for a machine out of resources.
+  // What takes the estimator's descriptors away stands for a machine out of resources.
   const std::string starve = "prlimit --pid \"$(cat pid)\" --nofile=3\n";
-  const std::string command = "sh -c 'echo $$ > pid; exec " KEL_ESTIMATOR "'";
-  scratch.write("during_kel_sim_test", starve);
-  expectReport(detected() + "Failed to estimate dir " + data + "\n", command);
+  const std::string count = "#!/bin/sh\necho >> lookups\n[ \"$(wc -l < lookups)\" != \"$STARVED\" ] || ";
+  fs::permissions(scratch.write("bin/grep", count + starve + "exec /bin/grep \"$@\"\n"), fs::perms::all);
+  const auto expect = [&](const std::string& starvedLookup, const std::string& report) {
+    fs::remove(scratch.folder / "lookups");
+    const std::string environment = "echo $$ > pid; PATH=$PWD/bin:$PATH STARVED=" + starvedLookup;
+    expectReport(report, "sh -c '" + environment + " exec " KEL_ESTIMATOR "'");
+  };
+  expect("1", "Failed to detect the file number of dir " + data + "\n\n");
+  expect("2", "Failed to detect the directory number of dir " + data + "\n\n");
+  expect("3", detected() + "Failed to estimate dir " + data + "\n");
+  expect("4", detected() + "Failed to get estimate size " + data + "\n");
   scratch.write("during_kel_evaluation_tool", starve);
-  expectReport("Failed to detect the size of dir " + data + "\n\n", command);
+  expect("0", "Failed to detect the size of dir " + data + "\n\n");
 }
 
 TEST_F(Run, AReportThatCannotBeWrittenIsNoCompleteRun) {

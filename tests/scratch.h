@@ -54,7 +54,7 @@ struct Scratch {
 
   // Runs a program of the folder's without the rights that only root has.
   Outcome runUnprivileged(const fs::path& program, const std::string& input = "") const {
-    fs::copy_file(program, folder / program.filename());
+    fs::copy_file(program, folder / program.filename(), fs::copy_options::overwrite_existing);
     run("chmod a+rwx . ..");
     const std::string user = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups " : "";
     return run(user + "./" + program.filename().string() + " tree a", input);

@@ -67,8 +67,8 @@ int runEstimation() {
 }
 
 // Takes the place of the default action, so that output whose reader has gone away, or whose file
-// may not grow, shows as a failed write. A handler, unlike ignoring the signals, is not passed on to
-// the external tools.
+// may not grow, shows as a failed write. A handler, unlike ignoring the signals, is not passed on
+// to the external tools.
 void onLostOutput(int /*signal*/) {}
 
 }  // namespace

@@ -11,8 +11,9 @@
 
 namespace {
 
-// A directory of that name holds no figures, and no file can have too long a name.
-constexpr std::array kNothingThere = {ENOENT, ENOTDIR, EISDIR, ENAMETOOLONG};
+// A directory of that name holds no figures, and no file can have too long a name or be reached
+// through a loop of links.
+constexpr std::array kNothingThere = {ENOENT, ENOTDIR, EISDIR, ENAMETOOLONG, ELOOP};
 
 int discard(const std::string& fileName) {
   if (unlink(fileName.c_str()) == 0 ||

@@ -53,11 +53,11 @@ struct Scratch {
   }
 
   // Runs a program of the folder's without the rights that only root has.
-  Outcome runUnprivileged(const fs::path& program, const std::string& input = "") const {
+  Outcome runUnprivileged(const fs::path& program, const std::string& arguments, const std::string& input = "") const {
     fs::copy_file(program, folder / program.filename(), fs::copy_options::overwrite_existing);
     run("chmod a+rwx . ..");
     const std::string user = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups " : "";
-    return run(user + "./" + program.filename().string() + " tree a", input);
+    return run(user + "./" + program.filename().string() + " " + arguments, input);
   }
 
   std::string pattern = fs::temp_directory_path() / "kelXXXXXX";

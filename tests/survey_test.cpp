@@ -20,18 +20,10 @@ TEST(Survey, CountsAHostileTreeAsFindDoesButNotItsOwnResult) {
   }
   fs::resize_file(scratch.folder / "plain", 1ULL << 36);
   // Two branches at each of so many levels that neither a path nor open descriptors reach.
-  fs::current_path(scratch.folder);
-  for (int level = 0; level < 60; ++level) {
-    const std::string name(100, static_cast<char>('a' + level % 26));
-    fs::create_directories("side/deeper");
-    fs::copy_file("/proc/self/comm", "side/deeper/file");
-    fs::create_directory(name);
-    fs::current_path(name);
-  }
-  fs::current_path("/");
-  const Outcome found =
-      scratch.run("mkfifo pipe; ln -s . loop; ln -s plain soft; ln -s no dangling; ln plain s/hard; " + kFindFigures +
-                  "; " + kFindList);
+  const std::string make = "mkfifo pipe; ln -s . loop; ln -s plain soft; ln -s no dangling; ln plain s/hard; ";
+  const std::string deepen = "n=$(printf %0100d $i); mkdir -p side/deeper $n; echo > side/deeper/file; cd -P $n";
+  scratch.run(make + "for i in $(seq 60); do " + deepen + "; done");
+  const Outcome found = scratch.run(kFindFigures + "; " + kFindList);
   const Outcome run = scratch.run(KEL_EVALUATION_TOOL " . a && cat " + kInfo + " && LC_ALL=C sort " + kList);
   EXPECT_EQ(run.output + run.errors, found.output);
   EXPECT_EQ(scratch.run("ulimit -n 45; rm a_*; " KEL_EVALUATION_TOOL " loop/ a; cat " + kInfo).output,
@@ -42,32 +34,37 @@ TEST(Survey, WhatCannotBeReadIsNamedAndLeftOut) {
   const Scratch scratch;
   scratch.write("tree/file", "12345");
   fs::permissions(scratch.write("tree/closed/file", "1").parent_path(), fs::perms::none);
-  const Outcome run = scratch.runUnprivileged(KEL_EVALUATION_TOOL);
+  const Outcome run = scratch.runUnprivileged(KEL_EVALUATION_TOOL, "tree a");
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.errors, "kel_evaluation_tool: cannot read tree/closed: Permission denied\n");
+  EXPECT_EQ(scratch.runUnprivileged(KEL_EVALUATION_TOOL, "tree a <&- 2>&-").status, 2);
+  EXPECT_EQ(scratch.read(kList), "5 tree/file\n") << "no message in it";
   EXPECT_EQ(scratch.read(kInfo),
             "detect_directory_size is: 5\ndetect_directory_file_count is: 1\ndetect_directory_dir_count is: 2\n");
 }
 
 TEST(Survey, AFailureLeavesAMessageAndNoResult) {
   const Scratch scratch;
-  const auto expect = [&scratch](const std::string& arguments, const std::string& message, bool leavesEarlier) {
+  const auto expect = [&scratch](const std::string& arguments, const std::string& message) {
     scratch.write(kInfo, "old");
     scratch.write(kList, "old");
     const Outcome run = scratch.run(KEL_EVALUATION_TOOL " " + arguments);
     EXPECT_EQ(run.status, 1) << arguments;
-    EXPECT_EQ(run.errors, "kel_evaluation_tool: " + message);
+    EXPECT_EQ(run.errors, "kel_evaluation_tool: " + message + "\n");
+    const bool leavesEarlier = !message.starts_with("cannot read");
     EXPECT_TRUE(scratch.has(kInfo) == leavesEarlier && scratch.has(kList) == leavesEarlier) << arguments;
   };
-  expect("missing a", "cannot read missing: No such file or directory\n", false);
-  expect("'' a", "cannot read : No such file or directory\n", false);
-  expect("/dev/null a", "cannot read /dev/null: Not a directory\n", false);
-  expect(".", "usage: kel_evaluation_tool <directory> <aliasName>\n", true);
-  expect(". a b", "usage: kel_evaluation_tool <directory> <aliasName>\n", true);
-  expect(". n/a", "cannot create n/" + kList + ": No such file or directory\n", true);
-  scratch.write("file", "12345");
-  EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat; ls -A").output,
-            "kel_evaluation_tool: cannot write " + kList + ": File too large\nfile\n");
+  expect("missing a", "cannot read missing: No such file or directory");
+  expect("'' a", "cannot read : No such file or directory");
+  expect("/dev/null a", "cannot read /dev/null: Not a directory");
+  expect(".", "usage: kel_evaluation_tool <directory> <aliasName>");
+  expect(". a b", "usage: kel_evaluation_tool <directory> <aliasName>");
+  expect(". n/a", "cannot create n/" + kList + ": No such file or directory");
+  scratch.write("file", "");
+  EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat").output,
+            "kel_evaluation_tool: cannot write " + kList + ": File too large\n");
+  EXPECT_EQ(scratch.run("mkdir b_file_info.log; " KEL_EVALUATION_TOOL " . b").errors,
+            "kel_evaluation_tool: cannot remove the earlier b_file_info.log: Is a directory\n");
 }
 
 }  // namespace

@@ -2,28 +2,30 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <climits>
 
 Descriptor openPath(const std::string& path, int flags) {
   Descriptor base;
-  std::size_t start = 0;
-  while (path.size() - start >= PATH_MAX) {
-    const std::size_t cut = path.rfind('/', start + PATH_MAX - 2);
-    if (cut == std::string::npos || cut <= start) {
+  int directory = AT_FDCWD;
+  std::string rest = path;
+  while (rest.size() >= PATH_MAX) {
+    const std::size_t cut = rest.rfind('/', PATH_MAX - 2);
+    if (cut == std::string::npos) {
       errno = ENAMETOOLONG;
       return {};
     }
-    // The cut keeps its "/", so that a first piece is absolute when the path is.
-    const std::string piece = path.substr(start, cut + 1 - start);
-    base = Descriptor(openat(base.isOpen() ? base.number() : AT_FDCWD, piece.c_str(),
-                             O_PATH | O_DIRECTORY | O_CLOEXEC));
+    // A piece keeps the "/" at its end, so that the first may be the root; the rest has none at its
+    // start, which would make it absolute.
+    const std::string piece = rest.substr(0, cut + 1);
+    base = Descriptor(openat(directory, piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!base.isOpen()) {
       return {};
     }
-    start = cut + 1;
+    directory = base.number();
+    rest.erase(0, rest.find_first_not_of('/', cut));
   }
-  return Descriptor(
-      openat(base.isOpen() ? base.number() : AT_FDCWD, path.c_str() + start, flags | O_CLOEXEC));
+  return Descriptor(openat(directory, rest.c_str(), flags | O_CLOEXEC));
 }
 
 std::string escapePath(const std::string& path) {

@@ -78,14 +78,14 @@ unsigned threadCount(const std::string& text) {
 
 Options parseOptions(int argc, char** argv) {
   const std::map<char, std::string> texts = readOptions(argc, argv);
-  Options options;
-  options.listName = texts.at('f');
-  options.blockSize = wholeNumber('s', texts.at('s'), 1, kLargestBlockKib) * kBytesPerKib;
-  options.fraction = fraction('r', texts.at('r'));
-  options.fewestBlocks = wholeNumber('j', texts.at('j'), 1, UINT32_MAX);
-  options.threads = threadCount(texts.at('t'));
-  options.totalBytes = wholeNumber('o', texts.at('o'), 0, UINT64_MAX);
-  options.part = wholeNumber('i', texts.at('i'), 0, UINT64_MAX);
-  options.resultName = texts.at('l');
-  return options;
+  return {
+      .listName = texts.at('f'),
+      .blockSize = wholeNumber('s', texts.at('s'), 1, kLargestBlockKib) * kBytesPerKib,
+      .fraction = fraction('r', texts.at('r')),
+      .fewestBlocks = wholeNumber('j', texts.at('j'), 1, UINT32_MAX),
+      .threads = threadCount(texts.at('t')),
+      .totalBytes = wholeNumber('o', texts.at('o'), 0, UINT64_MAX),
+      .part = wholeNumber('i', texts.at('i'), 0, UINT64_MAX),
+      .resultName = texts.at('l'),
+  };
 }

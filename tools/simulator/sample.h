@@ -24,9 +24,9 @@ Population measureList(const Options& options);
 std::uint64_t stratumLength(const Population& population, const Options& options);
 
 struct PickedBlock {
-  std::uint64_t offset = 0;  // in the file
-  std::uint64_t length = 0;
-  double weight = 1.0;  // how many bytes of data each byte of the block stands for
+  std::uint64_t offset;  // in the file
+  std::uint64_t length;
+  double weight;  // how many bytes of data each byte of the block stands for
 };
 
 // Draws the sample file by file, in the order of the list.

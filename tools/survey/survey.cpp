@@ -15,17 +15,17 @@
 
 namespace {
 
-constexpr std::size_t kEntryBufferSize = 1 << 16;
+constexpr std::size_t kEntryBufferSize = 1 << 17;
 
 // A deeper tree makes do with as many, since a process may not open very many at once.
 constexpr std::size_t kMostOpenLevels = 32;
 
 // One directory on the way from the surveyed one down to where the walk is.
 struct Level {
-  Descriptor descriptor;         // not open while the walk is far below
-  struct stat identity {};       // filled when the descriptor is given up
-  std::size_t pathLength = 0;    // of the directory's own path
-  std::size_t firstPending = 0;  // where its subdirectories' names start
+  Descriptor descriptor;     // not open while the walk is far below
+  struct stat identity;      // filled when the descriptor is given up
+  std::size_t pathLength;    // of the directory's own path
+  std::size_t firstPending;  // where its subdirectories' names start
 };
 
 bool isSameFile(const struct stat& a, const struct stat& b) {

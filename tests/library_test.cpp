@@ -1,11 +1,59 @@
-#include "report/report.h"
-
+#include <random>
 #include <set>
 
 #include "report/figure.h"
+#include "report/report.h"
 #include "scratch.h"
+#include "toolbridge/command.h"
+#include "toolbridge/toolbridge.h"
 
 namespace {
+
+TEST(Command, CaptureKeepsAllButOneLineEnd) {
+  const auto captured = [](const std::string& command) {
+    std::string text = "=";
+    EXPECT_EQ(getCommandOutput(command, text, "unused"), 0);
+    return text;
+  };
+  const auto open = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+  const auto openBefore = open();
+  const std::string longLine(5000, 'x'), rest(5000 - 1022, 'x');
+  EXPECT_EQ(captured("exit 3"), "=");
+  EXPECT_EQ(captured("printf 12"), "=12");
+  EXPECT_EQ(captured("printf '1\\n2\\n\\n'"), "=1\n2\n");
+  EXPECT_EQ(captured("printf 'ab\\0cd\\nef\\n'"), "=abef");
+  EXPECT_EQ(captured("printf '\\0%s' " + longLine), "=" + rest) << "1023 bytes a piece";
+  std::string shown;
+  printedBy([&shown] { std::printf("12345"), getCommandOutput("stat -Lc %s /proc/$PPID/fd/1", shown, "unused"); });
+  EXPECT_EQ(shown, "5") << "bytes of the console before the command started";
+  EXPECT_EQ(open(), openBefore);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was not reaped";
+}
+
+TEST(Command, QuotingSurvivesARealShell) {
+  EXPECT_EQ(quoteForShell("azAZ09_-./+,:=@%"), "azAZ09_-./+,:=@%");
+  EXPECT_EQ(quoteForShell(""), "");
+  EXPECT_EQ(quoteForShell("a'b"), R"('a'\''b')");
+  std::minstd_rand random(20);
+  std::string arguments, expected;
+  for (unsigned i = 1; i < 2000; ++i) {
+    std::string value(1 + random() % 9, static_cast<char>(i % 255 + 1));  // each byte alone, too
+    std::generate(value.begin() + 1, value.end(), [&] { return static_cast<char>(random() | 1); });
+    arguments.append(" ").append(quoteForShell(value));
+    expected += value + "\n";
+  }
+  EXPECT_EQ(Scratch().run("printf '%s\\n'" + arguments).output, expected);
+}
+
+TEST(Figures, AreDigitsAndTheirLogIsNoOption) {
+  std::ofstream("-v_file_info.log") << "key is 7\n";
+  std::string figure;
+  EXPECT_EQ(getDirFileInfo("key", figure, "-v", "unused"), 0);
+  EXPECT_EQ(figure, "7");
+  fs::remove("-v_file_info.log");
+  for (const char* text : {"", "12 ", "/", ":", "-1"}) { EXPECT_FALSE(is_number(text)) << text; }
+  EXPECT_TRUE(is_number("0123456789"));
+}
 
 const std::string kLine(100, '-');
 const std::string kSmallSize = "detected size is less than 100GB, ";
@@ -13,10 +61,14 @@ const std::string kSmallFiles = "average detected file size is less than 100MB, 
 
 TimePoint at(long long nanoseconds) { return TimePoint(std::chrono::nanoseconds(nanoseconds)); }
 
-TEST(Timing, DurationsAreCutToWholeMilliseconds) {
-  EXPECT_EQ(printedBy([] { showDetectInfo("12", "345", at(5), at(2000004)); }),
-            s + " Detect Information " + s + "\nSize of detected directory: 345\n" + "Total number of files: 12\n" +
-                kLine + "\nDetection execution time = 1[ms]\n");
+TEST(Timing, DurationsAreCutToWholeMillisecondsAndShownAtOnce) {
+  const std::string detected = s + " Detect Information " + s + "\nSize of detected directory: 345\n" +
+                               "Total number of files: 12\n" + kLine + "\nDetection execution time = 1[ms]\n";
+  const auto showAndMeasure = [] {
+    showDetectInfo("12", "345", at(5), at(2000004));
+    std::printf("%ju", fs::file_size("/proc/self/fd/1"));
+  };
+  EXPECT_EQ(printedBy(showAndMeasure), detected + std::to_string(detected.size()));
   EXPECT_EQ(printedBy([] { showTimeInfo(at(1000), at(300601000), at(7), at(700600007)); }),
             "Estimation execution time = 300[ms]\nTotal execution time = 1001[ms]\n" + kLine + "\n");
 }

@@ -1,0 +1,41 @@
+#include "scratch.h"
+
+// The programs with one system call after the other failing.
+
+namespace {
+
+const std::string kStrace = "strace --seccomp-bpf -fqq -o trace ";
+
+TEST(FailingSystemCall, LeavesNoFalseResult) {
+  const Scratch scratch;
+  for (const char* program : {KEL_ESTIMATOR, KEL_EVALUATION_TOOL, KEL_SIM_TEST}) fs::copy(program, scratch.folder);
+  for (int i = 0; i < 60; ++i) scratch.write("tree/folder/" + std::string(100, 'x') + std::to_string(i), "content");
+  scratch.write("answers", "y tree 2");
+  if (scratch.run(kStrace + "true").status != 0) GTEST_SKIP() << "no right to trace here";
+
+  // The program must end as after a good run, or complain and leave no result.
+  const auto failEachCall = [&scratch](const std::string& program, const std::string& result, const char* outputEnd) {
+    const std::string good = scratch.run("./" + program).status == 0 ? scratch.read(result) : "no good run";
+    for (const char* call : {"read", "write", "openat", "newfstatat", "getdents64", "fchmod", "rename", "pread64",
+                             "readlink", "getcwd", "pipe2", "clone3", "clone", "vfork", "wait4"}) {
+      bool isInjected = true;
+      for (int n = 1; isInjected; ++n) {
+        const std::string fault = std::string(call) + ":error=EIO:when=" + std::to_string(n);
+        const Outcome run = scratch.run(kStrace + "-e trace=" + call + " -e inject=" + fault + " ./" + program);
+        isInjected = scratch.read("trace").find("INJECTED") != std::string::npos;
+        if (run.status == 127) continue;  // the system's loader failed
+        const bool isComplete = scratch.read(result) == good && run.output.ends_with(outputEnd);
+        const bool hasComplained = !(run.output + run.errors).empty() && (run.status == 2 || !scratch.has(result));
+        EXPECT_TRUE(run.status == 0 ? isComplete : run.status <= 2 && hasComplained)
+            << fault << run.output << run.errors;
+        EXPECT_EQ(scratch.run("ls -A | grep '^[.]kel'").output, "") << fault;
+      }
+    }
+  };
+  failEachCall("kel_evaluation_tool tree a", "a_file_info.log", "");
+  const std::string list = "a_file_type_file_list_new.log";
+  failEachCall("kel_sim_test -f " + list + " -s 4 -r 1 -j 1 -t 1 -o 5 -i 0 -l result", "result", "");
+  failEachCall("kel_estimator < answers", "no file", "-----\n");
+}
+
+}  // namespace

@@ -126,7 +126,7 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
 TEST_F(Run, WhatMayNotBeReadIsInvalidAndWhatMayNotBeRemovedEndsTheRun) {
   const std::string tree = scratch.folder / "tree";
   const std::string old = "./artifact/" + aliasOf(tree) + "_p0.drav";
-  fs::permissions(scratch.write(old, kResult).parent_path(), fs::perms::owner_exec | fs::perms::others_exec);
+  fs::permissions(scratch.write(old, kResult).parent_path(), fs::perms(0111));
   scratch.write("tree/file", "");
   const auto run = [this] {
     return scratch.runUnprivileged(KEL_ESTIMATOR, "", "y tree 2").output.substr(kNote.size());

@@ -105,7 +105,7 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
     const Outcome run = scratch.run(command(options));
     EXPECT_EQ(run.status, 1) << options;
     EXPECT_EQ(run.errors, "kel_sim_test: " + message);
-    EXPECT_EQ(scratch.has("result"), message.ends_with(usage)) << options;
+    EXPECT_FALSE(scratch.has("result")) << options;
   };
   scratch.write("zero", "0 data/file\n");
   scratch.write("huge", "9223372036854775807 data/file\n1 data/file\n");
@@ -119,8 +119,7 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
     const std::string complaint = "option -" + bad.substr(0, 1) + " cannot be \"" + bad.substr(1) + "\"";
     expect(("-" + bad + "'").insert(2, " '"), complaint + usage);
   }
-  for (const char* bad : {"-x", "-l"}) expect(bad, "wrong options" + usage);
-  expect("stray", "every option must be given once, and nothing else" + usage);
+  for (const char* bad : {"-x", "-l", "stray"}) expect(bad, "every option must be given, and nothing else" + usage);
 }
 
 TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
@@ -130,10 +129,10 @@ TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
 }
 
 TEST_F(Simulator, ShowsProgressOnATerminalOnly) {
-  for (const char* name : {"a", "b", "c"}) add(name, randomText(4096));
+  for (const std::size_t blocks : {1, 2}) add(std::to_string(blocks), randomText(blocks * 4096));
   // The list comes twice, and slowly for the sample.
   const std::string pipe =
-      "mkfifo pipe; (cat list > pipe; sleep 0.5; (head -1 list; sleep 1.6; tail -2 list) > pipe) & ";
+      "mkfifo pipe; (cat list > pipe; sleep 0.5; (head -1 list; sleep 1.6; tail -1 list) > pipe) & ";
   const std::string simulation = command("-f pipe -r 1 -j 1");
   EXPECT_EQ(scratch.run(pipe + "script -qec '" + simulation + "' /dev/null").output,
             "\r\33[K33 % of the sample\r\33[K66 % of the sample, 1 s left\r\33[K");

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 
@@ -11,13 +9,9 @@
 
 namespace {
 
-// A directory of that name holds no figures, and no file can have too long a name or be reached
-// through a loop of links.
-constexpr std::array kNothingThere = {ENOENT, ENOTDIR, EISDIR, ENAMETOOLONG, ELOOP};
-
 int discard(const std::string& fileName) {
-  if (unlink(fileName.c_str()) == 0 ||
-      std::find(kNothingThere.begin(), kNothingThere.end(), errno) != kNothingThere.end()) {
+  // What may not be read, or is a directory, cannot be taken for figures.
+  if (unlink(fileName.c_str()) == 0 || errno == EISDIR || access(fileName.c_str(), R_OK) != 0) {
     return 0;
   }
   std::printf("Failed to remove the earlier figures %s\n", fileName.c_str());

@@ -44,7 +44,12 @@ int runSimulation(const Options& options) {
 int main(int argc, char** argv) {
   prepareProcess();
   try {
-    return runSimulation(parseOptions(argc, argv));
+    const OptionTexts texts = readOptions(argc, argv);
+    if (texts.contains('l')) {
+      // Not even options that cannot be used may leave an earlier result standing.
+      removeResult(texts.at('l'));
+    }
+    return runSimulation(parseOptions(texts));
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

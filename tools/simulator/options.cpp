@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <map>
 #include <stdexcept>
 #include <string_view>
 
 namespace {
 
 constexpr std::string_view kOptionLetters = "fsrjtoil";
+constexpr char kAnythingElse = '?';
 constexpr std::uint64_t kBytesPerKib = 1024;
 constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
@@ -25,27 +25,6 @@ constexpr long long kMostThreads = 256;  // each takes memory for its own block
 
 [[noreturn]] void rejectOption(char letter, const std::string& text) {
   rejectUsage(std::string("option -") + letter + " cannot be \"" + text + "\"");
-}
-
-std::map<char, std::string> readOptions(int argc, char** argv) {
-  std::string pattern = ":";  // no messages from getopt
-  for (const char letter : kOptionLetters) {
-    pattern += letter;
-    pattern += ':';
-  }
-  std::map<char, std::string> texts;
-  int letter = getopt(argc, argv, pattern.c_str());
-  while (letter != -1) {
-    if (letter == '?' || letter == ':') {
-      rejectUsage("wrong options");
-    }
-    texts[static_cast<char>(letter)] = optarg;
-    letter = getopt(argc, argv, pattern.c_str());
-  }
-  if (optind != argc || texts.size() != kOptionLetters.size()) {
-    rejectUsage("every option must be given once, and nothing else");
-  }
-  return texts;
 }
 
 std::uint64_t wholeNumber(char letter, const std::string& text, std::uint64_t least,
@@ -76,8 +55,29 @@ unsigned threadCount(const std::string& text) {
 
 }  // namespace
 
-Options parseOptions(int argc, char** argv) {
-  const std::map<char, std::string> texts = readOptions(argc, argv);
+OptionTexts readOptions(int argc, char** argv) {
+  std::string pattern = ":";  // no messages from getopt
+  for (const char letter : kOptionLetters) {
+    pattern += letter;
+    pattern += ':';
+  }
+  OptionTexts texts;
+  int letter = getopt(argc, argv, pattern.c_str());
+  while (letter != -1) {
+    const bool isOption = letter != '?' && letter != ':';
+    texts[isOption ? static_cast<char>(letter) : kAnythingElse] = isOption ? optarg : "";
+    letter = getopt(argc, argv, pattern.c_str());
+  }
+  if (optind != argc) {
+    texts[kAnythingElse] = argv[optind];
+  }
+  return texts;
+}
+
+Options parseOptions(const OptionTexts& texts) {
+  if (texts.contains(kAnythingElse) || texts.size() != kOptionLetters.size()) {
+    rejectUsage("every option must be given, and nothing else");
+  }
   return {
       .listName = texts.at('f'),
       .blockSize = wholeNumber('s', texts.at('s'), 1, kLargestBlockKib) * kBytesPerKib,

@@ -1,7 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
+
+// The options of a command line as they stand there, by their letters.
+using OptionTexts = std::map<char, std::string>;
 
 // What the simulator is asked to do.
 struct Options {
@@ -15,6 +19,8 @@ struct Options {
   std::string resultName;      // -l
 };
 
-// Reads the command line, on which every option must stand. Throws std::invalid_argument with a
-// usage message when it cannot be used.
-Options parseOptions(int argc, char** argv);
+// Reads the command line, unchecked; the last of several options with one letter counts.
+OptionTexts readOptions(int argc, char** argv);
+
+// Throws std::invalid_argument with a usage message when an option is missing or cannot be used.
+Options parseOptions(const OptionTexts& texts);

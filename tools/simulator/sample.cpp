@@ -72,11 +72,11 @@ std::optional<PickedBlock> Sampler::nextBlock() {
   }
   const std::uint64_t offset = (position_ - fileStart_) / blockSize_ * blockSize_;
   const std::uint64_t start = fileStart_ + offset;
-  const std::uint64_t end = start + std::min(blockSize_, fileEnd_ - start);
-  const PickedBlock block = {offset, end - start, 1.0 / chanceToPick(start, end)};
-  while (position_ < end) {
+  blockEnd_ = start + std::min(blockSize_, fileEnd_ - start);
+  const PickedBlock block = {offset, blockEnd_ - start, 1.0 / chanceToPick(start, blockEnd_)};
+  while (position_ < blockEnd_) {
     // Strata that lie within the block would pick it again.
-    drawFrom(std::max(stratum_ + 1, end / stratumLength_));
+    drawFrom(std::max(stratum_ + 1, blockEnd_ / stratumLength_));
   }
   return block;
 }

@@ -40,8 +40,8 @@ class Sampler {
   // The next block picked in the current file, or none when there is no more.
   std::optional<PickedBlock> nextBlock();
 
-  // Bytes of data, from 0, that lie before the end of the current file.
-  [[nodiscard]] std::uint64_t bytesPassed() const { return fileEnd_; }
+  // Bytes of data that lie before the end of the last block picked.
+  [[nodiscard]] std::uint64_t bytesPassed() const { return blockEnd_; }
 
  private:
   [[nodiscard]] std::uint64_t lengthOfStratum(std::uint64_t stratum) const;
@@ -56,4 +56,5 @@ class Sampler {
   std::uint64_t position_ = 0;  // drawn in stratum_
   std::uint64_t fileStart_ = 0;
   std::uint64_t fileEnd_ = 0;
+  std::uint64_t blockEnd_ = 0;
 };

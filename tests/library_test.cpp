@@ -31,9 +31,12 @@ TEST(Command, CaptureKeepsAllButOneLineEnd) {
 }
 
 TEST(Command, QuotingSurvivesARealShell) {
-  EXPECT_EQ(quoteForShell("azAZ09_-./+,:=@%"), "azAZ09_-./+,:=@%");
   EXPECT_EQ(quoteForShell(""), "");
   EXPECT_EQ(quoteForShell("a'b"), R"('a'\''b')");
+  for (char c = 1; c < '\x7f'; ++c) {
+    const bool isPlain = std::isalnum(c) != 0 || std::string("_-./+,:=@%").find(c) != std::string::npos;
+    EXPECT_EQ(quoteForShell({'a', c}).front() == 'a', isPlain) << c;
+  }
   std::minstd_rand random(20);
   std::string arguments, expected;
   for (unsigned i = 1; i < 2000; ++i) {

@@ -36,7 +36,7 @@ struct Simulator : testing::Test {
 
   // A field of the result, counted from 1.
   double sampled(int field, const std::string& options = "") const {
-    const Outcome run = scratch.run(command(options) + "; awk '{print $" + std::to_string(field) + "}' result");
+    const Outcome run = scratch.run(command(options) + " && awk '{print $" + std::to_string(field) + "}' result");
     EXPECT_EQ(run.errors, "") << options;
     return std::stod("0" + run.output);
   }
@@ -60,11 +60,12 @@ TEST_F(Simulator, ReadsEverythingWhenAskedOrWhenThereIsLittle) {
       compressed += static_cast<double>(std::min(size, block.size()));
     }
   }
-  for (const char* options : {"-r 1 -j 1", "-j 7", "-j 1 -o 999999999"}) {
+  for (const char* options : {"-r 1 -j 1", "-j 7 -s 4", "-j 1 -o 999999999"}) {
     EXPECT_EQ(share(options), 1.0) << options;
     EXPECT_NEAR(ratio(options), static_cast<double>(total) / compressed, 0.00005) << options;
   }
   EXPECT_LT(share("-j 6"), 1.0);
+  EXPECT_EQ(share("-s 65536 -j 1") + share("-s 1 -r 1"), 2.0);
   EXPECT_EQ(scratch.run(command("-i 7 -r 1") + "; sed 's/ratio: [0-9.]*/R/' result").output,
             "part 7: detection finished R blocks: 8 bytes: " + std::to_string(total) + "\n");
 }
@@ -86,14 +87,17 @@ TEST_F(Simulator, SampledRatioMeetsTheExhaustiveOne) {
 
 TEST_F(Simulator, SkipsWhatCannotBeReadAndSaysHowMany) {
   for (const char* name : {"kept", "gone", "shrunk", "pipe", "link", "folder"}) add(name, randomText(9000));
-  list += "5 data/back\\\\slash\\n\n";
+  std::string deep;
+  for (int i = 0; i < 50; ++i) deep += std::string(99, 'x') + "/";
+  list += "5 data/back\\\\slash\\n\n1 f\n1 " + deep + "f\n";
   scratch.write("data/back\\slash\n", "12345");
+  scratch.run("echo > f; for i in $(seq 50); do mkdir " + deep.substr(0, 99) + " && cd -P x*; done; echo > f");
   fs::resize_file(scratch.folder / "data/shrunk", 8999);
   const std::string spoil = "(cd data; rm gone pipe link folder; mkfifo pipe; ln -s kept link; mkdir folder); ";
   const Outcome run = scratch.run(spoil + command("-r 1"));
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.errors, "kel_sim_test: 5 files that vanished, shrank or may not be read were skipped\n");
-  EXPECT_TRUE(scratch.read("result").ends_with(" blocks: 6 bytes: 17197\n"));
+  EXPECT_EQ(run.errors, "kel_sim_test: files skipped because they vanished, shrank or may not be read: 5\n");
+  EXPECT_TRUE(scratch.read("result").ends_with(" blocks: 8 bytes: 17199\n"));
 }
 
 TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
@@ -125,21 +129,23 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
 TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
   // A list that never comes keeps the simulator waiting.
   const std::string start = "mkfifo pipe; " + command("-f pipe") + " & until ls -A | grep kel; do sleep 0.01; done; ";
-  EXPECT_EQ(scratch.run(start + "kill -TERM $!; wait $!; echo $?; ls").output.substr(12), "143\nlist\npipe\n");
+  EXPECT_EQ(scratch.run(start + "kill -TERM $!; wait $!; echo $?; ls -A").output.substr(12), "143\nlist\npipe\n");
 }
 
 TEST_F(Simulator, ShowsProgressOnATerminalOnly) {
   for (const std::size_t blocks : {1, 2}) add(std::to_string(blocks), randomText(blocks * 4096));
   // The list comes twice, and slowly for the sample.
   const std::string pipe =
-      "mkfifo pipe; (cat list > pipe; sleep 0.5; (head -1 list; sleep 1.6; tail -1 list) > pipe) & ";
-  const std::string simulation = command("-f pipe -r 1 -j 1");
-  EXPECT_EQ(scratch.run(pipe + "script -qec '" + simulation + "' /dev/null").output,
-            "\r\33[K33 % of the sample\r\33[K66 % of the sample, 1 s left\r\33[K");
-  EXPECT_EQ(scratch.run("(cat list > pipe; sleep 0.5; cat list > pipe) & " + simulation).errors, "");
-  EXPECT_EQ(readableSize(1023) + ", " + readableSize(1024) + ", " + readableSize(0x1p80),
-            "1023 B, 1.0 KiB, 1048576.0 EiB");
-  EXPECT_EQ(readableTime(59.4) + ", " + readableTime(59.6) + ", " + readableTime(3600), "59 s, 1 min 0 s, 1 h 0 min");
+      "mkfifo pipe; (cat list > pipe; sleep 0.3; (head -1 list; sleep 1.2; tail -1 list) > pipe) & ";
+  const std::string simulation = "script -qec 'stty cols 28; " + command("-f pipe -r 1 -j 1") + "' /dev/null";
+  EXPECT_EQ(scratch.run(pipe + simulation).output,
+            "\r\33[K33 % of the sample\r\33[K66 % of the sample, 1 s lef\r\33[K");
+  std::string texts;
+  for (double size = 1; size < 0x1p80; size *= 1024) texts += readableSize(size) + ", ";
+  for (const double seconds : {59.4, 59.6, 3599.0, 7384.0}) texts += readableTime(seconds) + ", ";
+  EXPECT_EQ(texts,
+            "1 B, 1.0 KiB, 1.0 MiB, 1.0 GiB, 1.0 TiB, 1.0 PiB, 1.0 EiB, 1024.0 EiB, "
+            "59 s, 1 min 0 s, 59 min 59 s, 2 h 3 min, ");
 }
 
 }  // namespace

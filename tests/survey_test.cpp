@@ -22,7 +22,7 @@ TEST(Survey, CountsAHostileTreeAsFindDoesButNotItsOwnResult) {
   // Two branches at each of so many levels that neither a path nor open descriptors reach.
   const std::string make = "mkfifo pipe; ln -s . loop; ln -s plain soft; ln -s no dangling; ln plain s/hard; ";
   const std::string deepen = "n=$(printf %0100d $i); mkdir -p side/deeper $n; echo > side/deeper/file; cd -P $n";
-  scratch.run(make + "for i in $(seq 60); do " + deepen + "; done");
+  scratch.run(make + "for i in $(seq 99); do " + deepen + "; done");
   const Outcome found = scratch.run(kFindFigures + "; " + kFindList);
   const Outcome run = scratch.run(KEL_EVALUATION_TOOL " . a && cat " + kInfo + " && LC_ALL=C sort " + kList);
   EXPECT_EQ(run.output + run.errors, found.output);
@@ -61,8 +61,10 @@ TEST(Survey, AFailureLeavesAMessageAndNoResult) {
   expect(". a b", "usage: kel_evaluation_tool <directory> <aliasName>");
   expect(". n/a", "cannot create n/" + kList + ": No such file or directory");
   scratch.write("file", "");
-  EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat").output,
-            "kel_evaluation_tool: cannot write " + kList + ": File too large\n");
+  EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat; ls -A").output,
+            "kel_evaluation_tool: cannot write " + kList + ": File too large\nfile\n");
+  EXPECT_EQ(scratch.run("script -qec '" KEL_EVALUATION_TOOL " . a' /dev/null").output,
+            "\r\33[Kfiles: 1, size: 0 B\r\33[K");
   EXPECT_EQ(scratch.run("mkdir b_file_info.log; " KEL_EVALUATION_TOOL " . b").errors,
             "kel_evaluation_tool: cannot remove the earlier b_file_info.log: Is a directory\n");
 }

@@ -55,9 +55,9 @@ int runEstimation() {
                         "Failed to get estimate size " + directory) != 0) {
     return EXIT_FAILURE;
   }
-  const double processedBytes = toDecimal("estimated size", estimatedSize);
-  const double totalBytes = toDecimal("detected size", detectedSize);
-  const double ratio = toDecimal("compression ratio", estimatedCr);
+  const double processedBytes = toDecimal(kEstimatedSize, estimatedSize);
+  const double totalBytes = toDecimal(kDetectedSize, detectedSize);
+  const double ratio = toDecimal(kCompressionRatio, estimatedCr);
   const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 

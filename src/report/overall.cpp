@@ -51,17 +51,16 @@ std::uint64_t drawSeed() {
 void showEstimationInfo(double cr, double finishedPercent, std::string detectedSize,
                         std::string fileCount, std::string dirCount) {
   // Each figure is converted where it is used, so that a bad one leaves the lines before it.
-  const double dividedSize = toDecimal("detected size", detectedSize);
-  const double averageFileSize = dividedSize / toDecimal("file count", fileCount);
-  const auto totalDetectedSize =
-      static_cast<std::uint64_t>(toInteger("detected size", detectedSize));
+  const double dividedSize = toDecimal(kDetectedSize, detectedSize);
+  const double averageFileSize = dividedSize / toDecimal(kFileCount, fileCount);
+  const auto totalDetectedSize = static_cast<std::uint64_t>(toInteger(kDetectedSize, detectedSize));
   std::printf("totalDetectedSize is %llu\n", static_cast<unsigned long long>(totalDetectedSize));
 
   warnOfInaccuracy(totalDetectedSize < kAccurateSize, averageFileSize < kAccurateAverageFileSize);
 
-  double overhead = toDecimal("file count", fileCount) * kFileOverhead;
-  overhead = toDecimal("directory count", dirCount) * kDirectoryOverhead + overhead;
-  const double size = toDecimal("detected size", detectedSize);
+  double overhead = toDecimal(kFileCount, fileCount) * kFileOverhead;
+  overhead = toDecimal(kDirectoryCount, dirCount) * kDirectoryOverhead + overhead;
+  const double size = toDecimal(kDetectedSize, detectedSize);
   double overallRatio =
       ((size + kGlobalOverhead) + overhead) / ((size / cr + kGlobalOverhead) + overhead);
   if (overallRatio > kCeiling) {

@@ -30,7 +30,6 @@ Descriptor openPath(const std::string& path, int flags) {
 
 std::string escapePath(const std::string& path) {
   std::string escaped;
-  escaped.reserve(path.size());
   for (const char c : path) {
     if (c == '\n') {
       escaped += "\\n";
@@ -45,7 +44,6 @@ std::string escapePath(const std::string& path) {
 
 std::string unescapePath(const std::string& escaped) {
   std::string path;
-  path.reserve(escaped.size());
   for (std::size_t i = 0; i < escaped.size(); ++i) {
     if (escaped[i] == '\\' && i + 1 < escaped.size()) {
       ++i;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -28,23 +29,14 @@ void cleanUpAndEnd(int signalNumber) {
   std::raise(signalNumber);
 }
 
-sigset_t endingSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int signalNumber : kEndingSignals) {
-    sigaddset(&set, signalNumber);
-  }
-  return set;
-}
-
 }  // namespace
 
 void prepareProcess() {
-  int descriptor = open("/dev/null", O_RDWR);
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-    descriptor = open("/dev/null", O_RDWR);
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1) {
+      open("/dev/null", O_RDWR);  // takes the lowest free number, which is this one
+    }
   }
-  close(descriptor);
 
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
@@ -57,17 +49,17 @@ void prepareProcess() {
 }
 
 int createTemporaryFile(const std::string& folder) {
-  std::string name = folder + ".kel_XXXXXX";
-  const sigset_t ending = endingSignals();
-  sigset_t before;
-  pthread_sigmask(SIG_BLOCK, &ending, &before);
-  const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor >= 0) {
-    name.copy(temporaryName.data(), name.size());
-    temporaryName.at(name.size()) = '\0';
-    hasTemporary = 1;
+  const std::string pattern = folder + ".kel_XXXXXX";
+  if (pattern.size() >= temporaryName.size()) {
+    errno = ENAMETOOLONG;
+    return -1;
   }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  temporaryName.at(pattern.copy(temporaryName.data(), pattern.size())) = '\0';
+  hasTemporary = 1;  // beforehand, so that no signal finds a file that is not known yet
+  const int descriptor = mkostemp(temporaryName.data(), O_CLOEXEC);
+  if (descriptor < 0) {
+    hasTemporary = 0;
+  }
   return descriptor;
 }
 

@@ -33,10 +33,7 @@ ResultFile::ResultFile(std::string name) : name_(std::move(name)) {
   removeResult(name_);
   const std::size_t folderLength = name_.rfind('/') + 1;  // 0 when there is no "/"
   const int descriptor = createTemporaryFile(name_.substr(0, folderLength));
-  if (descriptor < 0) {
-    fail("cannot create", name_);
-  }
-  file_.reset(fdopen(descriptor, "w"));
+  file_.reset(descriptor < 0 ? nullptr : fdopen(descriptor, "w"));
   if (file_ == nullptr || fchmod(descriptor, ordinaryFileMode()) != 0) {
     removeTemporaryFile();
     fail("cannot create", name_);

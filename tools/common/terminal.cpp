@@ -40,9 +40,7 @@ void eraseProgress() {
   }
 }
 
-Progress::Progress()
-    : isTerminal_(isatty(STDERR_FILENO) != 0),
-      next_(std::chrono::steady_clock::now() + kRedrawInterval) {}
+Progress::Progress() : isTerminal_(isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() { eraseProgress(); }
 

@@ -2,15 +2,13 @@
 
 #include <utility>
 
-bool BlockQueue::push(BlockToRead block) {
+void BlockQueue::push(BlockToRead block) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return isClosed_ || blocks_.size() < capacity_; });
-  if (isClosed_) {
-    return false;
+  if (!isClosed_) {
+    blocks_.push_back(std::move(block));
+    changed_.notify_all();
   }
-  blocks_.push_back(std::move(block));
-  changed_.notify_all();
-  return true;
 }
 
 std::optional<BlockToRead> BlockQueue::pop() {

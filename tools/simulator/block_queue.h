@@ -30,8 +30,8 @@ class BlockQueue {
  public:
   explicit BlockQueue(std::size_t capacity) : capacity_(capacity) {}
 
-  // Waits for room. Returns false, and drops the block, when the queue has been closed.
-  bool push(BlockToRead block);
+  // Waits for room; drops the block when the queue has been closed.
+  void push(BlockToRead block);
 
   // Waits for a block; returns none when the queue is closed and empty.
   std::optional<BlockToRead> pop();

@@ -26,9 +26,10 @@ std::string finishedLine(std::uint64_t part, const CompressionTotals& totals) {
 int runSimulation(const Options& options) {
   ResultFile result(options.resultName);
   const CompressionTotals totals = simulate(options);
-  if (totals.skippedFiles > 0) {
-    complain(std::to_string(totals.skippedFiles) +
-             " files that vanished, shrank or may not be read were skipped");
+  const bool isComplete = totals.skippedFiles == 0;
+  if (!isComplete) {
+    complain("files skipped because they vanished, shrank or may not be read: " +
+             std::to_string(totals.skippedFiles));
   }
   if (totals.blocks == 0) {
     complain("no data to sample in " + options.listName);
@@ -36,7 +37,7 @@ int runSimulation(const Options& options) {
   }
   result.write(finishedLine(options.part, totals));
   result.publish();
-  return totals.skippedFiles == 0 ? EXIT_SUCCESS : kSomeSkipped;
+  return isComplete ? EXIT_SUCCESS : kSomeSkipped;
 }
 
 }  // namespace

@@ -76,9 +76,7 @@ void queueSample(const Population& population, const Options& options, BlockQueu
       if (file == nullptr) {
         file = std::make_shared<SampledFile>(listed.path);
       }
-      if (!queue.push({file, *block})) {
-        return;
-      }
+      queue.push({file, *block});
       progress.update(sampler.bytesPassed());
     }
   }

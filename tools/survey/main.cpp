@@ -26,8 +26,8 @@ int survey(const std::string& directory, const std::string& aliasName) {
         [&](const std::string& path, std::uint64_t size, const SurveyFigures& soFar) {
           list.write(listLine(path, size));
           if (progress.isDue()) {
-            progress.draw(std::to_string(soFar.files) + " files, " +
-                          readableSize(static_cast<double>(soFar.bytes)));
+            progress.draw("files: " + std::to_string(soFar.files) +
+                          ", size: " + readableSize(static_cast<double>(soFar.bytes)));
           }
         });
   }

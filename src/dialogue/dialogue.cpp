@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +24,10 @@ constexpr int kLongestToken = 1 << 20;
 void readToken(std::string& token) {
   flushConsole();
   std::cin >> std::setw(kLongestToken) >> token;
+  // The rest of a longer token must not answer the next prompt.
+  while (std::cin.good() && std::isspace(std::cin.peek()) == 0) {
+    std::cin.ignore();
+  }
 }
 
 int offerRetry() {

@@ -12,6 +12,8 @@ constexpr int kAccepted = 0;
 constexpr int kAskAgain = 1;
 constexpr int kGaveUp = 2;
 
+// Every read throws std::runtime_error when its prompt cannot be written.
+
 // Reads one token: true for exactly "y" or "Y", false for anything else and at end of input.
 bool readYesNo();
 

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -55,9 +56,9 @@ int runEstimation() {
                         "Failed to get estimate size " + directory) != 0) {
     return EXIT_FAILURE;
   }
-  const double processedBytes = toDecimal(kEstimatedSize, estimatedSize);
-  const double totalBytes = toDecimal(kDetectedSize, detectedSize);
-  const double ratio = toDecimal(kCompressionRatio, estimatedCr);
+  const double processedBytes = toDecimal(kEstimatedSizeName, estimatedSize);
+  const double totalBytes = toDecimal(kDetectedSizeName, detectedSize);
+  const double ratio = toDecimal(kCompressionRatioName, estimatedCr);
   const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 
@@ -79,7 +80,8 @@ int main() {
   try {
     const int status = runEstimation();
     flushConsole();
-    return status;
+    // Some file systems tell only now that their disk is full.
+    return std::fclose(stdout) == 0 ? status : EXIT_FAILURE;
   } catch (const std::exception& error) {
     std::puts(error.what());
     return EXIT_FAILURE;

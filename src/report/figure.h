@@ -3,11 +3,11 @@
 #include <string>
 
 // What the operator reads when a figure cannot be converted.
-constexpr const char* kDetectedSize = "detected size";
-constexpr const char* kFileCount = "file count";
-constexpr const char* kDirectoryCount = "directory count";
-constexpr const char* kEstimatedSize = "estimated size";
-constexpr const char* kCompressionRatio = "compression ratio";
+constexpr const char* kDetectedSizeName = "detected size";
+constexpr const char* kFileCountName = "file count";
+constexpr const char* kDirectoryCountName = "directory count";
+constexpr const char* kEstimatedSizeName = "estimated size";
+constexpr const char* kCompressionRatioName = "compression ratio";
 
 // Conversions of figures that came as text. A leading number is enough, whatever follows it.
 // Both throw std::runtime_error, with a line for the operator that names the figure and shows the

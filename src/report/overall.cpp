@@ -1,6 +1,8 @@
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <random>
 
 #include "report/figure.h"
@@ -50,17 +52,19 @@ std::uint64_t drawSeed() {
 
 void showEstimationInfo(double cr, double finishedPercent, std::string detectedSize,
                         std::string fileCount, std::string dirCount) {
-  // Each figure is converted where it is used, so that a bad one leaves the lines before it.
-  const double dividedSize = toDecimal(kDetectedSize, detectedSize);
-  const double averageFileSize = dividedSize / toDecimal(kFileCount, fileCount);
-  const auto totalDetectedSize = static_cast<std::uint64_t>(toInteger(kDetectedSize, detectedSize));
+  // Each figure is converted where it is used, so that a bad one leaves the lines before it. The
+  // first of two bad ones is named, so no expression converts both.
+  double averageFileSize = toDecimal(kDetectedSizeName, detectedSize);
+  averageFileSize /= toDecimal(kFileCountName, fileCount);
+  const auto totalDetectedSize =
+      static_cast<std::uint64_t>(toInteger(kDetectedSizeName, detectedSize));
   std::printf("totalDetectedSize is %llu\n", static_cast<unsigned long long>(totalDetectedSize));
 
   warnOfInaccuracy(totalDetectedSize < kAccurateSize, averageFileSize < kAccurateAverageFileSize);
 
-  double overhead = toDecimal(kFileCount, fileCount) * kFileOverhead;
-  overhead = toDecimal(kDirectoryCount, dirCount) * kDirectoryOverhead + overhead;
-  const double size = toDecimal(kDetectedSize, detectedSize);
+  double overhead = toDecimal(kFileCountName, fileCount) * kFileOverhead;
+  overhead = toDecimal(kDirectoryCountName, dirCount) * kDirectoryOverhead + overhead;
+  const double size = toDecimal(kDetectedSizeName, detectedSize);
   double overallRatio =
       ((size + kGlobalOverhead) + overhead) / ((size / cr + kGlobalOverhead) + overhead);
   if (overallRatio > kCeiling) {

@@ -4,7 +4,7 @@
 #include <string>
 
 // The formatted console output after the dialogue. Figures come as the text that the external tools
-// printed.
+// printed. The reports of times throw std::runtime_error when text cannot be written.
 
 using TimePoint = std::chrono::steady_clock::time_point;
 

@@ -2,16 +2,18 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
+#include <filesystem>
 
 #include "toolbridge/toolbridge.h"
 
 namespace {
 
 int discard(const std::string& fileName) {
-  // What may not be read, or is a directory, cannot be taken for figures.
-  if (unlink(fileName.c_str()) == 0 || errno == EISDIR || access(fileName.c_str(), R_OK) != 0) {
+  // A directory, or what may not be read, cannot be taken for figures.
+  std::error_code error;
+  if (unlink(fileName.c_str()) == 0 || std::filesystem::is_directory(fileName, error) ||
+      access(fileName.c_str(), R_OK) != 0) {
     return 0;
   }
   std::printf("Failed to remove the earlier figures %s\n", fileName.c_str());

@@ -6,10 +6,12 @@
 // The stages that drive the external tools and read their figures. Figures are text, exactly as the
 // tools wrote them, and are appended to the out parameters. Each stage returns 0 for success and 1
 // for a failure that it has reported on standard output; a tool's own exit status is never looked
-// at, so a tool that fails shows only in figures that are missing.
+// at, so a tool that fails shows only in figures that are missing. Those that start a command throw
+// std::runtime_error when the console text before it cannot be written.
 
 // Removes the info log and the result file that an earlier run left, so that a tool that fails
-// cannot have its figures taken for this run's. Returns 1 when one of them is there to stay.
+// cannot have its figures taken for this run's. Returns 1 when one that may be read is there to
+// stay.
 int discardEarlierFigures(std::string aliasName, std::uint64_t partIndex);
 
 // Runs the evaluation tool over `directory` and waits for it. Always returns 0.

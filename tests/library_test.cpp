@@ -1,3 +1,4 @@
+#include <functional>
 #include <random>
 #include <set>
 
@@ -8,6 +9,16 @@
 #include "toolbridge/toolbridge.h"
 
 namespace {
+
+// What `action` prints on standard output, and the line of the exception that ends it.
+std::string printedBy(const std::function<void()>& action) {
+  std::string thrown;
+  testing::internal::CaptureStdout();
+  try {
+    action();
+  } catch (const std::exception& error) { thrown.append(error.what()).append("\n"); }
+  return testing::internal::GetCapturedStdout() + thrown;
+}
 
 TEST(Command, CaptureKeepsAllButOneLineEnd) {
   const auto captured = [](const std::string& command) {

@@ -63,7 +63,7 @@ struct Run : testing::Test {
            "><-i><0><-l><./artifact/" + alias + "_p0.drav>\n";
   }
 
-  Outcome estimate(const std::string& input, const std::string& command = KEL_ESTIMATOR,
+  Outcome estimate(const std::string& input, const std::string& command = "kel_estimator",
                    const std::string& milliseconds = "[0-9]+") const {
     Outcome outcome = scratch.run(command, input);
     outcome.output = std::regex_replace(outcome.output, std::regex("= " + milliseconds + "\\[ms\\]"), "= N[ms]");
@@ -71,7 +71,7 @@ struct Run : testing::Test {
   }
 
   // A run on the data, and what it shows after the dialogue.
-  void expectReport(const std::string& report, const std::string& command = KEL_ESTIMATOR) const {
+  void expectReport(const std::string& report, const std::string& command = "kel_estimator") const {
     const Outcome run = estimate("y " + data + " 20", command);
     EXPECT_EQ(run.output, dialogue + report);
     EXPECT_EQ(run.status, report.ends_with(k100 + "\n") ? 0 : 1);
@@ -86,7 +86,7 @@ struct Run : testing::Test {
 TEST_F(Run, CompleteReport) {
   scratch.write("during_kel_evaluation_tool", "sleep 0.1; sh -c 'kill -PIPE $$'; echo $?\n");
   scratch.write("during_kel_sim_test", "sleep 0.1; echo sampled\n");
-  const Outcome run = estimate("\n\n Y\n" + data + "\n01\n", KEL_ESTIMATOR, "[0-9]{3,}");
+  const Outcome run = estimate("\n\n Y\n" + data + "\n01\n", "kel_estimator", "[0-9]{3,}");
   EXPECT_EQ(run.output, dialogue + "141\n" + detected() + "sampled\n" + kOverall);
   EXPECT_EQ(run.errors, "");
   EXPECT_EQ(run.status, 0);
@@ -120,6 +120,8 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
   expect("y /", kAskDirectory +
                     "aliasName _\nGet invalid path input, please use absolute path "
                     "instead of relative path\n");
+  EXPECT_EQ(estimate("y ../data", "mkdir gone; cd gone; rmdir ../gone; kel_estimator").output,
+            kNote + kAskDirectory + kInvalid);
   EXPECT_FALSE(scratch.has("calls"));
 }
 
@@ -129,7 +131,7 @@ TEST_F(Run, WhatMayNotBeReadIsInvalidAndWhatMayNotBeRemovedEndsTheRun) {
   fs::permissions(scratch.write(old, kResult).parent_path(), fs::perms(0111));
   scratch.write("tree/file", "");
   const auto run = [this] {
-    return scratch.runUnprivileged(KEL_ESTIMATOR, "", "y tree 2").output.substr(kNote.size());
+    return scratch.runUnprivileged("kel_estimator", "", "y tree 2").output.substr(kNote.size());
   };
   EXPECT_EQ(run(), kAskDirectory + "aliasName _" + aliasOf(tree) + "\n" + kAskThreads +
                        "Failed to remove the earlier figures " + old + "\n");
@@ -144,7 +146,7 @@ TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
       fs::copy(scratch.folder / name, scratch.folder / folder / name);
     }
     setenv("FOLDER", folder.c_str(), 1);
-    EXPECT_EQ(estimate("y set " + threads + " y", "cd \"./$FOLDER\" && " KEL_ESTIMATOR).status, 0) << folder;
+    EXPECT_EQ(estimate("y set " + threads + " y", "cd \"./$FOLDER\" && kel_estimator").status, 0) << folder;
     EXPECT_EQ(scratch.read(folder + "/calls"), calls(directory, threads));
     EXPECT_FALSE(scratch.has("hit") || scratch.has(folder + "/hit"));
   };
@@ -192,7 +194,7 @@ TEST_F(Run, ArtifactDirectoryIsMadeOnlyWhenMissing) {
   for (const char* target : {"data", "nowhere", "data/file"}) {
     fs::remove(scratch.folder / "artifact");
     fs::create_symlink(target, scratch.folder / "artifact");
-    errors += estimate("y " + data + " 2", "LC_ALL=C " KEL_ESTIMATOR " 2>&1 > /dev/null | grep mkdir").output;
+    errors += estimate("y " + data + " 2", "LC_ALL=C kel_estimator 2>&1 > /dev/null | grep mkdir").output;
   }
   const std::string failed = "mkdir: cannot create directory 'artifact': File exists\n";
   EXPECT_EQ(errors, failed + failed);
@@ -206,7 +208,7 @@ TEST_F(Run, APipelineThatCannotStartEndsTheRun) {
   const auto expect = [&](const std::string& starvedLookup, const std::string& report) {
     fs::remove(scratch.folder / "lookups");
     const std::string environment = "echo $$ > pid; PATH=$PWD/bin:$PATH STARVED=" + starvedLookup;
-    expectReport(report, "sh -c '" + environment + " exec " KEL_ESTIMATOR "'");
+    expectReport(report, "sh -c '" + environment + " exec kel_estimator'");
   };
   expect("1", "Failed to detect the file number of dir " + data + "\n\n");
   expect("2", "Failed to detect the directory number of dir " + data + "\n\n");
@@ -221,13 +223,13 @@ TEST_F(Run, APipelineThatCannotStartEndsTheRun) {
 
 TEST_F(Run, AReportThatCannotBeWrittenIsNoCompleteRun) {
   const std::string answers = "y " + data + " 2";
-  for (const char* lost : {KEL_ESTIMATOR " > /dev/full", KEL_ESTIMATOR " >&-", "ulimit -f 0; " KEL_ESTIMATOR}) {
+  for (const char* lost : {"kel_estimator > /dev/full", "kel_estimator >&-", "ulimit -f 0; kel_estimator"}) {
     EXPECT_EQ(estimate(answers, lost).status, 1) << lost;
   }
   EXPECT_FALSE(scratch.has("calls")) << "nobody saw the prompts";
   scratch.write("during_kel_evaluation_tool", "while [ -e \"/proc/$(cat reader)/fd/0\" ]; do :; done");
   const std::string leaver = "mkfifo out; head -c 1 out > /dev/null & echo $! > reader; ";
-  EXPECT_EQ(estimate(answers, leaver + KEL_ESTIMATOR " > out").status, 1);
+  EXPECT_EQ(estimate(answers, leaver + "kel_estimator > out").status, 1);
 }
 
 }  // namespace

@@ -5,22 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 
 namespace fs = std::filesystem;
 
-// What `action` prints on standard output, and the line of the exception that ends it.
-inline std::string printedBy(const std::function<void()>& action) {
-  std::string thrown;
-  testing::internal::CaptureStdout();
-  try {
-    action();
-  } catch (const std::exception& error) { thrown.append(error.what()).append("\n"); }
-  return testing::internal::GetCapturedStdout() + thrown;
-}
-
+// The line that ends a run on a figure that is no number.
 inline std::string failedToConvert(const std::string& figure, const std::string& text) {
   return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
 }
@@ -47,20 +37,21 @@ struct Scratch {
   }
   bool has(const std::string& name) const { return fs::exists(fs::symlink_status(folder / name)); }
 
-  // Runs a shell command in the folder.
+  // Runs a shell command in the folder, where it finds the programs by their names.
   Outcome run(const std::string& command, const std::string& input = "") const {
     write("../in", input);
-    const std::string line = "cd '" + top + "/work' && { " + command + "\n} < ../in > ../out 2> ../err";
+    const std::string line =
+        "PATH='" PROGRAMS "':$PATH; cd '" + top + "/work' && { " + command + "\n} < ../in > ../out 2> ../err";
     const int status = std::system(line.c_str());
     return {WEXITSTATUS(status), read("../out"), read("../err")};
   }
 
-  // Runs a program of the folder's without the rights that only root has.
-  Outcome runUnprivileged(const fs::path& program, const std::string& arguments, const std::string& input = "") const {
-    fs::copy_file(program, folder / program.filename(), fs::copy_options::overwrite_existing);
-    run("chmod a+rwx . ..");
+  // Runs a program without the rights that only root has.
+  Outcome runUnprivileged(const std::string& program, const std::string& arguments,
+                          const std::string& input = "") const {
+    run("chmod a+rwx . .. && cp '" PROGRAMS "/" + program + "' .");
     const std::string user = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups " : "";
-    return run(user + "./" + program.filename().string() + " " + arguments, input);
+    return run(user + "./" + program + " " + arguments, input);
   }
 
   std::string pattern = fs::temp_directory_path() / "kelXXXXXX";

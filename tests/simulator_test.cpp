@@ -2,8 +2,9 @@
 
 #include <map>
 #include <random>
+#include <regex>
 
-#include "common/terminal.h"
+#include "common/readable.h"
 #include "scratch.h"
 #include "simulator/sample.h"
 
@@ -27,7 +28,7 @@ struct Simulator : testing::Test {
   std::string command(const std::string& options = "") const {
     scratch.write("list", list);
     const std::string usual = " -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result -o ";
-    return KEL_SIM_TEST + usual + std::to_string(total) + " " + options;
+    return "kel_sim_test" + usual + std::to_string(total) + " " + options;
   }
 
   // A field of the result, counted from 1.
@@ -124,12 +125,17 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
   };
   scratch.write("zero", "0 data/file\n");
   scratch.write("huge", "9223372036854775807 data/file\n1 data/file\n");
+  for (const std::string bad : {"5 f", "5f\n", "5 \n", "x f\n", "5 f@x\n", "99999999999999999999 f\n"}) {
+    scratch.run("printf '" + bad + "' | tr @ '\\0' > bad");
+    expect("-f bad", "not a list of files: bad\n");
+  }
   expect("-f huge", "too many bytes in huge\n");
+  const std::string changing = "mkfifo pipe; (cat list > pipe; sleep 0.2; cat zero > pipe) & timeout 20 ";
+  EXPECT_EQ(scratch.run(changing + command("-f pipe")).errors, "kel_sim_test: changed while it was read: pipe\n");
   expect("-f nothing", "cannot open nothing\n");
   expect("-f data", "cannot read data\n");
   expect("-f /dev/null", "no data to sample in /dev/null\n");
   expect("-f zero", "no data to sample in zero\n");
-  expect("-f data/file", "not a list of files: data/file\n");
   for (const std::string bad : {"s0", "s65537", "s4k", "r0", "r1.01", "rnan", "r", "r1x", "j0", "o", "i-1"}) {
     const std::string complaint = "option -" + bad.substr(0, 1) + " cannot be \"" + bad.substr(1) + "\"";
     expect(("-" + bad + "'").insert(2, " '"), complaint + usage);
@@ -139,7 +145,8 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
 
 TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
   // A list that never comes keeps the simulator waiting.
-  const std::string start = "mkfifo pipe; " + command("-f pipe") + " & until ls -A | grep kel; do sleep 0.01; done; ";
+  const std::string start =
+      "mkfifo pipe; " + command("-f pipe") + " & timeout 20 sh -c 'until ls -A | grep kel; do sleep 0.01; done'; ";
   EXPECT_EQ(scratch.run(start + "kill -TERM $!; wait $!; echo $?; ls -A").output.substr(12), "143\nlist\npipe\n");
 }
 
@@ -148,9 +155,12 @@ TEST_F(Simulator, ShowsProgressOnATerminalOnly) {
   // The list comes twice, and slowly for the sample.
   const std::string pipe =
       "mkfifo pipe; (cat list > pipe; sleep 0.3; (head -1 list; sleep 1.2; tail -1 list) > pipe) & ";
-  const std::string simulation = "script -qec 'stty cols 28; " + command("-f pipe -r 1 -j 1") + "' /dev/null";
-  EXPECT_EQ(scratch.run(pipe + simulation).output,
-            "\r\33[K33 % of the sample\r\33[K66 % of the sample, 1 s lef\r\33[K");
+  const std::string simulation = "timeout 20 script -qec '" + command("-f pipe -r 1 -j 1") + "' /dev/null";
+  const std::string shown = scratch.run(pipe + simulation).output;
+  const std::regex expected(
+      "\0337\33\\[\\?7l33 % of the sample(, . s left)?\33\\[\\?7h\0338\33\\[K"
+      "\33\\[\\?7l66 % of the sample, . s left\33\\[\\?7h\0338\33\\[K");
+  EXPECT_TRUE(std::regex_match(shown, expected)) << shown;
   std::string texts;
   for (int i = 0; i < 8; ++i) texts += readableSize(std::ldexp(1, 10 * i)) + ", ";
   for (const double seconds : {59.4, 59.6, 3599.0, 7384.0}) texts += readableTime(seconds) + ", ";

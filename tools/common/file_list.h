@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <fstream>
+#include <memory>
 #include <string>
 
 // The list of files that the survey leaves for the simulator: one line a regular file, its size in
@@ -22,11 +23,12 @@ class FileListReader {
   explicit FileListReader(std::string name);
 
   // Takes the next file into `file`; returns false at the end of the list. Throws
-  // std::runtime_error when the list cannot be read or a line of it is no file.
+  // std::runtime_error when the list cannot be read or a line of it is no file, which a line
+  // without its end is not either.
   bool next(ListedFile& file);
 
  private:
   std::string name_;
   std::ifstream stream_;
-  std::string line_;
+  std::unique_ptr<char[]> line_;
 };

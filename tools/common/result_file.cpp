@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-#include "common/process.h"
+#include "common/temporary_file.h"
 
 namespace {
 
@@ -24,7 +24,9 @@ mode_t ordinaryFileMode() {
 }  // namespace
 
 void removeResult(const std::string& name) {
-  if (unlink(name.c_str()) != 0 && errno != ENOENT) {
+  const bool isGone = unlink(name.c_str()) == 0 || errno == ENOENT;
+  const bool wasNever = errno == ENOTDIR || errno == ENAMETOOLONG;
+  if (!isGone && !wasNever) {
     fail("cannot remove the earlier", name);
   }
 }

@@ -1,42 +1,48 @@
 #include "common/terminal.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <cerrno>
-#include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <string_view>
 
 namespace {
 
-constexpr std::string_view kEraseLine = "\r\033[K";
+// The line starts where the cursor is, which may be behind a prompt, and must not wrap: what lies
+// on a second row could not be erased.
+constexpr const char* kSaveCursor = "\0337";
+constexpr const char* kBackAndErase = "\0338\033[K";
+constexpr const char* kStopWrapping = "\033[?7l";
+constexpr const char* kWrapAgain = "\033[?7h";
+
 constexpr std::chrono::milliseconds kRedrawInterval(200);
-constexpr std::size_t kUnknownWidth = 80;
+
+// Plain, since a signal handler reads it.
+volatile std::sig_atomic_t isDrawn = 0;
 
 // What fails to reach the operator changes nothing in the result.
 void writeToTerminal(std::string_view text) {
   [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, text.data(), text.size());
 }
 
-std::size_t terminalWidth() {
-  winsize size{};
-  const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return isKnown ? size.ws_col : kUnknownWidth;
-}
+// A file's name must not give orders to the terminal.
+bool isControl(char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0 && c != '\n'; }
 
 }  // namespace
 
-void complain(const std::string& message) {
+void complain(std::string message) {
+  std::replace_if(message.begin(), message.end(), isControl, '?');
   eraseProgress();
   std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, message.c_str());
 }
 
 void eraseProgress() {
-  if (isatty(STDERR_FILENO) != 0) {
-    writeToTerminal(kEraseLine);
+  if (isDrawn != 0) {
+    writeToTerminal(kBackAndErase);
+    isDrawn = 0;
   }
 }
 
@@ -47,34 +53,8 @@ Progress::~Progress() { eraseProgress(); }
 bool Progress::isDue() { return isTerminal_ && std::chrono::steady_clock::now() >= next_; }
 
 void Progress::draw(const std::string& text) {
-  // A line that wraps could not be erased.
-  writeToTerminal(std::string(kEraseLine) + text.substr(0, terminalWidth() - 1));
+  const std::string start = isDrawn != 0 ? kBackAndErase : kSaveCursor;
+  isDrawn = 1;
+  writeToTerminal(start + kStopWrapping + text + kWrapAgain);
   next_ = std::chrono::steady_clock::now() + kRedrawInterval;
-}
-
-std::string readableSize(double bytes) {
-  constexpr std::array kUnits = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-  constexpr double kUnitStep = 1024.0;
-  std::size_t unit = 0;
-  while (bytes >= kUnitStep && unit + 1 < kUnits.size()) {
-    bytes /= kUnitStep;
-    ++unit;
-  }
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", bytes,
-                kUnits.at(unit));
-  return text.data();
-}
-
-std::string readableTime(double seconds) {
-  constexpr long long kMinute = 60;
-  constexpr long long kHour = 60 * kMinute;
-  const long long whole = std::llround(seconds);
-  if (whole < kMinute) {
-    return std::to_string(whole) + " s";
-  }
-  if (whole < kHour) {
-    return std::to_string(whole / kMinute) + " min " + std::to_string(whole % kMinute) + " s";
-  }
-  return std::to_string(whole / kHour) + " h " + std::to_string(whole % kHour / kMinute) + " min";
 }

@@ -27,8 +27,9 @@ constexpr long long kMostThreads = 256;  // each takes memory for its own block
   rejectUsage(std::string("option -") + letter + " cannot be \"" + text + "\"");
 }
 
-std::uint64_t wholeNumber(char letter, const std::string& text, std::uint64_t least,
+std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
                           std::uint64_t most) {
+  const std::string& text = texts.at(letter);
   std::uint64_t value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
@@ -38,7 +39,8 @@ std::uint64_t wholeNumber(char letter, const std::string& text, std::uint64_t le
   return value;
 }
 
-double fraction(char letter, const std::string& text) {
+double fraction(const OptionTexts& texts, char letter) {
+  const std::string& text = texts.at(letter);
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
   if (text.empty() || *end != '\0' || !(value > 0.0 && value <= 1.0)) {
@@ -80,12 +82,12 @@ Options parseOptions(const OptionTexts& texts) {
   }
   return {
       .listName = texts.at('f'),
-      .blockSize = wholeNumber('s', texts.at('s'), 1, kLargestBlockKib) * kBytesPerKib,
-      .fraction = fraction('r', texts.at('r')),
-      .fewestBlocks = wholeNumber('j', texts.at('j'), 1, UINT32_MAX),
+      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * kBytesPerKib,
+      .fraction = fraction(texts, 'r'),
+      .fewestBlocks = wholeNumber(texts, 'j', 1, UINT32_MAX),
       .threads = threadCount(texts.at('t')),
-      .totalBytes = wholeNumber('o', texts.at('o'), 0, UINT64_MAX),
-      .part = wholeNumber('i', texts.at('i'), 0, UINT64_MAX),
+      .totalBytes = wholeNumber(texts, 'o', 0, UINT64_MAX),
+      .part = wholeNumber(texts, 'i', 0, UINT64_MAX),
       .resultName = texts.at('l'),
   };
 }

@@ -20,7 +20,8 @@ struct Population {
 Population measureList(const Options& options);
 
 // The length of a stratum, in bytes, that lets the sample cover the asked share of the data in at
-// least the asked number of blocks. 1 picks every block.
+// least the asked number of blocks. 1 picks every block. Neighbouring strata may pick the same
+// block, so shares between 0.3 and 1 are not reached in full.
 std::uint64_t stratumLength(const Population& population, const Options& options);
 
 struct PickedBlock {
@@ -39,6 +40,9 @@ class Sampler {
 
   // The next block picked in the current file, or none when there is no more.
   std::optional<PickedBlock> nextBlock();
+
+  // Bytes in all files so far, the current one included.
+  [[nodiscard]] std::uint64_t bytesSeen() const { return fileEnd_; }
 
   // Bytes of data that lie before the end of the last block picked.
   [[nodiscard]] std::uint64_t bytesPassed() const { return blockEnd_; }

@@ -3,10 +3,12 @@
 #include <chrono>
 #include <cmath>
 #include <future>
+#include <stdexcept>
 #include <system_error>
 #include <vector>
 
 #include "common/file_list.h"
+#include "common/readable.h"
 #include "common/terminal.h"
 #include "simulator/block_queue.h"
 #include "simulator/sample.h"
@@ -79,6 +81,9 @@ void queueSample(const Population& population, const Options& options, BlockQueu
       queue.push({file, *block});
       progress.update(sampler.bytesPassed());
     }
+  }
+  if (sampler.bytesSeen() != population.bytes) {
+    throw std::runtime_error("changed while it was read: " + options.listName);
   }
 }
 

@@ -4,6 +4,7 @@
 #include "common/file_list.h"
 #include "common/path.h"
 #include "common/process.h"
+#include "common/readable.h"
 #include "common/result_file.h"
 #include "common/terminal.h"
 #include "survey/survey.h"

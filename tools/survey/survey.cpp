@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
 constexpr std::size_t kEntryBufferSize = 1 << 17;
 
 // A deeper tree makes do with as many, since a process may not open very many at once.
@@ -41,7 +43,7 @@ class Walk {
         entries_(kEntryBufferSize) {}
 
   SurveyFigures run() {
-    Descriptor top = openPath(path_, O_RDONLY | O_DIRECTORY);
+    Descriptor top = openPath(path_, kOpenDirectory);
     if (!top.isOpen() || !enter(std::move(top))) {
       throw std::system_error(errno, std::generic_category(), "cannot read " + escapePath(path_));
     }
@@ -49,7 +51,7 @@ class Walk {
     while (!levels_.empty()) {
       path_.resize(levels_.back().pathLength);
       if (pending_.size() == levels_.back().firstPending) {
-        levels_.pop_back();
+        ascend();
       } else {
         descend();
       }
@@ -124,14 +126,12 @@ class Walk {
     const std::string name = pending_.substr(start, end - start);
     pending_.resize(start);
 
-    const bool isParentOpen = recoverDescriptor(levels_.back());
     appendToPath(name.c_str());
-    if (!isParentOpen) {
-      leaveOut();
-      return;
+    Descriptor child(
+        openat(levels_.back().descriptor.number(), name.c_str(), kOpenDirectory | O_NOFOLLOW));
+    if (!levels_.back().descriptor.isOpen()) {
+      errno = ENOENT;  // the parent has been moved away
     }
-    Descriptor child(openat(levels_.back().descriptor.number(), name.c_str(),
-                            O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!child.isOpen() || !enter(std::move(child))) {
       leaveOut();
     }
@@ -143,22 +143,28 @@ class Walk {
     }
   }
 
-  // Opens the directory again by its path, which must still lead to it.
-  bool recoverDescriptor(Level& level) {
-    if (level.descriptor.isOpen()) {
-      return true;
+  // Goes back up to the parent. A descriptor that was given up is opened again from the child, or
+  // by its path in case the child has been moved elsewhere meanwhile.
+  void ascend() {
+    const Level child = std::move(levels_.back());
+    levels_.pop_back();
+    if (levels_.empty() || levels_.back().descriptor.isOpen()) {
+      return;
     }
-    Descriptor descriptor = openPath(path_, O_RDONLY | O_DIRECTORY);
+    path_.resize(levels_.back().pathLength);
+    recover(levels_.back(), Descriptor(openat(child.descriptor.number(), "..", kOpenDirectory)));
+    if (!levels_.back().descriptor.isOpen()) {
+      recover(levels_.back(), openPath(path_, kOpenDirectory));
+    }
+  }
+
+  // Takes `descriptor` for the level's own if it leads to the same directory.
+  static void recover(Level& level, Descriptor descriptor) {
     struct stat status {};
-    if (!descriptor.isOpen() || fstat(descriptor.number(), &status) != 0) {
-      return false;
+    if (descriptor.isOpen() && fstat(descriptor.number(), &status) == 0 &&
+        isSameFile(status, level.identity)) {
+      level.descriptor = std::move(descriptor);
     }
-    if (!isSameFile(status, level.identity)) {
-      errno = ENOENT;
-      return false;
-    }
-    level.descriptor = std::move(descriptor);
-    return true;
   }
 
   void appendToPath(const char* name) {

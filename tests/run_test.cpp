@@ -42,16 +42,13 @@ struct Run : testing::Test {
   // Each tool notes its arguments, hands out what lies ready and does what the test asks for.
   Run() {
     scratch.write("data/file", "content");
-    writeTool("kel_evaluation_tool", "[ ! -e figures ] || cp figures \"./$2_file_info.log\"\n");
-    writeTool("kel_sim_test", "eval \"file=\\${$#}\"\n[ ! -e result ] || cp result \"$file\"\n");
     scratch.write("figures", kFigures);
     scratch.write("result", kResult);
-  }
-
-  void writeTool(const std::string& name, const std::string& script) const {
-    const std::string head = "#!/bin/sh\n{ printf '<%s>' \"$@\"; echo; } >> calls\n";
-    const std::string tail = "[ ! -e during_" + name + " ] || . ./during_" + name + "\n";
-    fs::permissions(scratch.write(name, head + script + tail), fs::perms::all);
+    const std::string start = "#!/bin/sh\n{ printf '<%s>' \"$@\"; echo; } >> calls\n";
+    const std::string end = "[ ! -e during_${0#./} ] || . ./during_${0#./}\n";
+    scratch.write("kel_evaluation_tool", start + "[ ! -e figures ] || cp figures \"./$2_file_info.log\"\n" + end);
+    scratch.write("kel_sim_test", start + "eval \"file=\\${$#}\"\n[ ! -e result ] || cp result \"$file\"\n" + end);
+    scratch.run("chmod +x kel_*");
   }
 
   // What the tools note of a run with these values.
@@ -108,13 +105,12 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
   for (const std::string& answer : bad) { expect("y " + answer, kAskDirectory + kInvalid); }
   for (const char* declined : {"", "n", "yes", "N y", "yy"}) { expect(declined, ""); }
   const std::string good = dialogue.substr(kNote.size());
-  expect("y " + here + "empty y data 3x", kAskDirectory + kInvalid + good + kInvalid);
+  expect("y " + here + "empty y data +8 y", kAskDirectory + kInvalid + good + kInvalid + kAskThreads + kInvalid);
   expect("y " + here + "link//../data/ abc",
          kAskDirectory + "aliasName _" + aliasOf(here) + "link__.._data_\n" + kAskThreads + kTooFew);
   expect("y empty/../data/. -5", good + kTooFew);
   expect("y " + std::string(1200000, 'x') + " y empty", kAskDirectory + kInvalid + kAskDirectory + kInvalid);
   expect("y link 0 Y", good + kTooFew + kAskThreads + kTooFew);
-  expect("y data +8 y", good + kInvalid + kAskThreads + kInvalid);
   expect("y data 21 n", good + kTooMany);
   expect("y data 99999999999999999999 yy", good + kTooMany);
   expect("y /", kAskDirectory +
@@ -142,10 +138,8 @@ TEST_F(Run, WhatMayNotBeReadIsInvalidAndWhatMayNotBeRemovedEndsTheRun) {
 TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
   const auto expect = [this](const std::string& folder, const std::string& threads) {
     const std::string directory = scratch.write(folder + "/set/file", "x").parent_path();
-    for (const char* name : {"kel_evaluation_tool", "kel_sim_test", "figures", "result"}) {
-      fs::copy(scratch.folder / name, scratch.folder / folder / name);
-    }
     setenv("FOLDER", folder.c_str(), 1);
+    scratch.run("cp kel_* figures result \"./$FOLDER\"");
     EXPECT_EQ(estimate("y set " + threads + " y", "cd \"./$FOLDER\" && kel_estimator").status, 0) << folder;
     EXPECT_EQ(scratch.read(folder + "/calls"), calls(directory, threads));
     EXPECT_FALSE(scratch.has("hit") || scratch.has(folder + "/hit"));

@@ -49,8 +49,7 @@ TEST(Survey, AFailureLeavesAMessageAndNoResult) {
     const Outcome run = scratch.run("kel_evaluation_tool " + arguments);
     EXPECT_EQ(run.status, 1) << arguments;
     EXPECT_EQ(run.errors, "kel_evaluation_tool: " + message + "\n");
-    const bool leavesEarlier = !message.starts_with("cannot read");
-    EXPECT_TRUE(scratch.has(kInfo) == leavesEarlier && scratch.has(kList) == leavesEarlier) << arguments;
+    EXPECT_EQ(scratch.has(kInfo) || scratch.has(kList), !message.starts_with("cannot read")) << arguments;
   };
   expect("missing a", "cannot read missing: No such file or directory");
   expect("'' a", "cannot read : No such file or directory");

@@ -109,8 +109,7 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
          kAskDirectory + "aliasName _" + aliasOf(here) + "link__.._data_\n" + kAskThreads + kTooFew);
   expect("y " + std::string(1200000, 'x') + " y empty", kAskDirectory + kInvalid + kAskDirectory + kInvalid);
   expect("y empty/../link/. -5 Y", good + kTooFew + kAskThreads + kTooFew);
-  expect("y data 21 n", good + kTooMany);
-  expect("y data 99999999999999999999 yy", good + kTooMany);
+  expect("y data 21 yy", good + kTooMany);
   expect("y /", kAskDirectory +
                     "aliasName _\nGet invalid path input, please use absolute path "
                     "instead of relative path\n");
@@ -156,9 +155,7 @@ TEST_F(Run, FiguresDecideHowTheRunEnds) {
     scratch.write("result", result);
     expectReport(report);
   };
-  const std::string huge(400, '9');
-  const std::string none = detected("", "");
-  const std::string size = "detect_directory_size is:";
+  const std::string huge(400, '9'), none = detected("", ""), size = "detect_directory_size is:";
   expect("a " + size + " 1\n" + size + " 2\ndetect_directory_file_count is: 3 4", kResult,
          detected("is:\n2", "3") + failedToConvert("detected size", "is:\\n2"));
   expect(kFigures, "detection started\n" + kResult + kResult, detected() + failedSize);

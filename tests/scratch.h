@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 namespace fs = std::filesystem;
@@ -31,9 +30,8 @@ struct Scratch {
     return folder / name;
   }
   std::string read(const std::string& name) const {
-    std::ostringstream content;
-    content << std::ifstream(folder / name).rdbuf();
-    return content.str();
+    std::ifstream file(folder / name);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
   bool has(const std::string& name) const { return fs::exists(fs::symlink_status(folder / name)); }
 

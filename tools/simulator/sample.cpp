@@ -1,6 +1,7 @@
 #include "simulator/sample.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 #include "common/file_list.h"
@@ -16,11 +17,58 @@ constexpr std::uint64_t kMostBytes = INT64_MAX;
 
 constexpr std::uint64_t kNoPosition = UINT64_MAX;
 
-double square(std::uint64_t length) {
-  return static_cast<double>(length) * static_cast<double>(length);
+// The chance that a block is picked, on average over where its start falls into a stratum;
+// `length` is in strata. A block that holds a whole stratum is always picked, one that lies in a
+// single stratum by its share of that, and one that lies in two may be picked by both at once.
+double meanChance(double length) {
+  constexpr double kPickedTwice = 1.0 / 6.0;
+  if (length >= 2.0) {
+    return 1.0;
+  }
+  if (length >= 1.0) {
+    return 1.0 - kPickedTwice * std::pow(2.0 - length, 3);
+  }
+  return length - kPickedTwice * std::pow(length, 3);
+}
+
+double expectedSample(const Population& population, double stratum) {
+  double bytes = 0.0;
+  for (const BlockClass& blockClass : population.classes) {
+    if (blockClass.blocks > 0) {
+      const auto classBytes = static_cast<double>(blockClass.bytes);
+      bytes +=
+          classBytes * meanChance(classBytes / static_cast<double>(blockClass.blocks) / stratum);
+    }
+  }
+  return bytes;
+}
+
+// The stratum length that lets the sample hold as many bytes as wanted, found by bisection: the
+// longer the strata, the fewer bytes are picked.
+double lengthForSample(const Population& population, double wantedBytes) {
+  double tooShort = 1.0;
+  auto tooLong = static_cast<double>(population.bytes);
+  while (tooLong - tooShort > 1.0) {
+    const double middle = (tooShort + tooLong) / 2.0;
+    (expectedSample(population, middle) > wantedBytes ? tooShort : tooLong) = middle;
+  }
+  return tooShort;
 }
 
 }  // namespace
+
+void addFile(Population& population, std::uint64_t size, std::uint64_t blockSize) {
+  population.bytes += size;
+  const std::uint64_t rest = size % blockSize;
+  BlockClass& full = population.classes.back();
+  full.blocks += size / blockSize;
+  full.bytes += size - rest;
+  if (rest > 0) {
+    BlockClass& last = population.classes.at(rest * Population::kClasses / blockSize);
+    ++last.blocks;
+    last.bytes += rest;
+  }
+}
 
 Population measureList(const Options& options) {
   FileListReader list(options.listName);
@@ -30,10 +78,7 @@ Population measureList(const Options& options) {
     if (file.size > kMostBytes - population.bytes) {
       throw std::runtime_error("too many bytes in " + options.listName);
     }
-    population.bytes += file.size;
-    const std::uint64_t fullBlocks = file.size / options.blockSize;
-    population.squaredBlockBytes += static_cast<double>(fullBlocks) * square(options.blockSize) +
-                                    square(file.size % options.blockSize);
+    addFile(population, file.size, options.blockSize);
   }
   return population;
 }
@@ -44,13 +89,9 @@ std::uint64_t stratumLength(const Population& population, const Options& options
   if (options.fraction >= 1.0 || isSmall || wanted >= static_cast<double>(population.bytes)) {
     return 1;
   }
-  // A position picks a block in proportion to its length, so the mean length of a picked block is
-  // the sum of the squares over the sum of the lengths.
-  const double forFraction = population.squaredBlockBytes / std::max(wanted, 1.0);
   const double forFewest = static_cast<double>(population.bytes) /
                            static_cast<double>(options.fewestBlocks * kStrataPerBlock);
-  const double length = std::min(forFraction, forFewest);
-  return static_cast<std::uint64_t>(std::clamp(length, 1.0, static_cast<double>(population.bytes)));
+  return static_cast<std::uint64_t>(std::min(lengthForSample(population, wanted), forFewest));
 }
 
 Sampler::Sampler(const Population& population, const Options& options)

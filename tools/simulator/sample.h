@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <random>
@@ -10,18 +12,28 @@
 // length; one random position in each picks the block it falls into. Blocks are counted from the
 // start of each file, so the last block of a file may be short, and a block is never picked twice.
 
+// Blocks of about the same length, in bytes.
+struct BlockClass {
+  std::uint64_t blocks = 0;
+  std::uint64_t bytes = 0;
+};
+
 // What the sample is drawn from.
 struct Population {
+  static constexpr std::size_t kClasses = 64;
+
   std::uint64_t bytes = 0;
-  double squaredBlockBytes = 0.0;  // sum over all blocks
+  std::array<BlockClass, kClasses + 1> classes;  // the last one holds the full blocks
 };
+
+// Adds the blocks of a file to `population`.
+void addFile(Population& population, std::uint64_t size, std::uint64_t blockSize);
 
 // Measures the files on the list. Throws std::runtime_error when the list cannot be used.
 Population measureList(const Options& options);
 
 // The length of a stratum, in bytes, that lets the sample cover the asked share of the data in at
-// least the asked number of blocks. 1 picks every block. Neighbouring strata may pick the same
-// block, so shares between 0.3 and 1 are not reached in full.
+// least the asked number of blocks. 1 picks every block.
 std::uint64_t stratumLength(const Population& population, const Options& options);
 
 struct PickedBlock {

@@ -46,9 +46,10 @@ double expectedSample(const Population& population, double stratum) {
 // The stratum length that lets the sample hold as many bytes as wanted, found by bisection: the
 // longer the strata, the fewer bytes are picked.
 double lengthForSample(const Population& population, double wantedBytes) {
+  constexpr int kSteps = 64;  // halve any 64-bit range to less than a byte
   double tooShort = 1.0;
   auto tooLong = static_cast<double>(population.bytes);
-  while (tooLong - tooShort > 1.0) {
+  for (int step = 0; step < kSteps; ++step) {
     const double middle = (tooShort + tooLong) / 2.0;
     (expectedSample(population, middle) > wantedBytes ? tooShort : tooLong) = middle;
   }

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 
 case $directory in
   / | *[!A-Za-z0-9_./+,:=@%-]*)
-    echo "neither / nor a directory with blanks or signs of the shell in its path: $directory" >&2
+    echo "cannot measure / or a path with blanks or signs of the shell: $directory" >&2
     exit 1
     ;;
 esac

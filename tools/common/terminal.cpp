@@ -54,7 +54,8 @@ bool Progress::isDue() { return isTerminal_ && std::chrono::steady_clock::now() 
 
 void Progress::draw(const std::string& text) {
   const std::string start = isDrawn != 0 ? kBackAndErase : kSaveCursor;
+  const std::string line = start + kStopWrapping + text + kWrapAgain;
   isDrawn = 1;
-  writeToTerminal(start + kStopWrapping + text + kWrapAgain);
+  writeToTerminal(line);
   next_ = std::chrono::steady_clock::now() + kRedrawInterval;
 }

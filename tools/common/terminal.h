@@ -3,8 +3,8 @@
 #include <chrono>
 #include <string>
 
-// Prints "<program>: <message>" as a line of its own on standard error, with "?" for characters
-// that a terminal would obey.
+// Prints "<program>: <message>" as a line of its own on standard error, with "?" for ASCII control
+// characters, which a terminal would obey.
 void complain(std::string message);
 
 // Erases the progress line, if one is drawn. A signal handler may call it.

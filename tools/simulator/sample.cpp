@@ -65,7 +65,8 @@ void addFile(Population& population, std::uint64_t size, std::uint64_t blockSize
   full.blocks += size / blockSize;
   full.bytes += size - rest;
   if (rest > 0) {
-    BlockClass& last = population.classes.at(rest * Population::kClasses / blockSize);
+    const double position = Population::kClassesPerDoubling * std::log2(static_cast<double>(rest));
+    BlockClass& last = population.classes.at(static_cast<std::size_t>(position));
     ++last.blocks;
     last.bytes += rest;
   }

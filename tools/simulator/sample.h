@@ -12,7 +12,7 @@
 // length; one random position in each picks the block it falls into. Blocks are counted from the
 // start of each file, so the last block of a file may be short, and a block is never picked twice.
 
-// Blocks of about the same length, in bytes.
+// Blocks of nearly the same length, in bytes.
 struct BlockClass {
   std::uint64_t blocks = 0;
   std::uint64_t bytes = 0;
@@ -20,10 +20,11 @@ struct BlockClass {
 
 // What the sample is drawn from.
 struct Population {
-  static constexpr std::size_t kClasses = 64;
+  static constexpr std::size_t kClassesPerDoubling = 8;
+  static constexpr std::size_t kDoublings = 26;  // up to the largest block, of 64 MiB
 
   std::uint64_t bytes = 0;
-  std::array<BlockClass, kClasses + 1> classes;  // the last one holds the full blocks
+  std::array<BlockClass, kClassesPerDoubling * kDoublings + 1> classes;  // the last: full blocks
 };
 
 // Adds the blocks of a file to `population`.

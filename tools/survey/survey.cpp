@@ -130,7 +130,7 @@ class Walk {
     Descriptor child(
         openat(levels_.back().descriptor.number(), name.c_str(), kOpenDirectory | O_NOFOLLOW));
     if (!levels_.back().descriptor.isOpen()) {
-      errno = ENOENT;  // the parent has been moved away
+      errno = ENOENT;  // the parent was lost on the way back up
     }
     if (!child.isOpen() || !enter(std::move(child))) {
       leaveOut();

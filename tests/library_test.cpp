@@ -73,7 +73,6 @@ TEST(Input, IsCheckedByItsKindAndMeasuredAsTyped) {
   expect(".", 0, "0 1 " + fs::current_path().string());
   expect("/none Y", 0, "1 5 /none");
   expect("0 n", 1, "2 1 0");
-  expect("0", 2, "0 1 0");
   expect("", 2, "0 3 old");
 }
 

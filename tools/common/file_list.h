@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <fstream>
-#include <memory>
 #include <string>
 
 // The list of files that the survey leaves for the simulator: one line a regular file, its size in
@@ -16,7 +15,7 @@ struct ListedFile {
 // The list's line for a file.
 std::string listLine(const std::string& path, std::uint64_t size);
 
-// Reads a list from its start, one file at a time.
+// Reads a list from its start, one file at a time. One thread at a time may read lists.
 class FileListReader {
  public:
   // Throws std::runtime_error when the list cannot be opened.
@@ -30,5 +29,4 @@ class FileListReader {
  private:
   std::string name_;
   std::ifstream stream_;
-  std::unique_ptr<char[]> line_;
 };

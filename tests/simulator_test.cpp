@@ -152,9 +152,8 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
 TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
   // A list that never comes keeps the simulator waiting.
   const std::string start = "trap '' HUP; mkfifo pipe; " + command("-f pipe");
-  const std::string wait =
-      " & timeout 20 sh -c 'until ls .kel*; do :; done'; kill -HUP $!; kill $!; wait $!; echo $?; ";
-  EXPECT_EQ(scratch.run(start + wait + "ls -A").output.substr(12), "143\nlist\npipe\n");
+  const std::string wait = " & timeout 20 sh -c 'until ls .kel*; do :; done'; kill -HUP $!; sleep 0.1; ";
+  EXPECT_EQ(scratch.run(start + wait + "kill $!; wait $!; echo $?; ls -A").output.substr(12), "143\nlist\npipe\n");
 }
 
 TEST_F(Simulator, ShowsProgressOnATerminalOnly) {

@@ -158,7 +158,7 @@ TEST(OverallRatio, AnUnconvertibleFigureEndsTheReportWhereItIsUsed) {
     EXPECT_EQ(overall(1, 0, notInteger, "1", "z"), failedToConvert("detected size", notInteger));
   }
   EXPECT_EQ(overall(1, 0, "107374182400", "1025", "a\nb"),
-            start("107374182400", kSmallFiles) + failedToConvert("directory count", "a\\nb"));
+            start("107374182400", kSmallFiles) + failedToConvert("directory count", "a\nb"));
 }
 
 }  // namespace

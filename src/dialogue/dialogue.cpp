@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <iomanip>
 #include <iostream>
 
 #include "report/console.h"
@@ -18,16 +16,9 @@ namespace {
 constexpr long long kFewestThreads = 1;
 constexpr long long kMostThreadsUnasked = 20;
 
-// Far beyond any path or number; bounds the memory that an endless input could take.
-constexpr int kLongestToken = 1 << 20;
-
 void readToken(std::string& token) {
   flushConsole();
-  std::cin >> std::setw(kLongestToken) >> token;
-  // The rest of a longer token must not answer the next prompt.
-  while (std::cin.good() && std::isspace(std::cin.peek()) == 0) {
-    std::cin.ignore();
-  }
+  std::cin >> token;
 }
 
 int offerRetry() {

@@ -5,7 +5,6 @@
 #include <exception>
 
 #include "dialogue/dialogue.h"
-#include "main/note.h"
 #include "report/console.h"
 #include "report/figure.h"
 #include "report/report.h"
@@ -16,6 +15,17 @@ namespace {
 // A run samples one part.
 constexpr unsigned kPartIndex = 0;
 constexpr const char* kPartText = "0";
+
+// Shows what the program does with the host and its data, and asks whether to go on.
+// Returns 0 for consent and 1 for anything else.
+int printNote() {
+  std::puts("[Note]:");
+  std::puts("1. This tool does not collect and damage user data.");
+  std::puts(
+      "2. If this tool is used on a host that runs services, run the tool in off-peak hours.");
+  std::printf("Do you want to continue? [Y/N] ");
+  return readYesNo() ? 0 : 1;
+}
 
 TimePoint now() { return std::chrono::steady_clock::now(); }
 
@@ -33,9 +43,6 @@ int runEstimation() {
     return EXIT_FAILURE;
   }
   getParameters(directory, threadCount, aliasName);
-  if (discardEarlierFigures(aliasName, kPartIndex) != 0) {
-    return EXIT_FAILURE;
-  }
 
   const TimePoint t0 = now();
   doDirDetection(directory, aliasName);
@@ -62,6 +69,7 @@ int runEstimation() {
   const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 
+  // Adding 0.0 turns a ratio of -0 into 0, which would show an overall ratio of -0.00.
   showEstimationInfo(ratio + 0.0, finishedPercent, detectedSize, fileCount, dirCount);
   showTimeInfo(t2, t3, t0, t1);
   return EXIT_SUCCESS;

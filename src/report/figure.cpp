@@ -6,22 +6,9 @@
 
 namespace {
 
-// The text on one line, even when several lines of a log matched.
-std::string onOneLine(const std::string& text) {
-  std::string line;
-  for (const char c : text) {
-    if (c == '\n') {
-      line += "\\n";
-    } else {
-      line += c;
-    }
-  }
-  return line;
-}
-
 void requireConverted(const char* end, const std::string& figureName, const std::string& text) {
   if (end == text.c_str() || errno == ERANGE) {
-    throw std::runtime_error("Failed to convert the " + figureName + " \"" + onOneLine(text) +
+    throw std::runtime_error("Failed to convert the " + figureName + " \"" + text +
                              "\" to a number");
   }
 }

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include "report/console.h"
@@ -25,7 +24,6 @@ struct PipeCloser {
 }  // namespace
 
 std::string quoteForShell(std::string value) {
-  value.resize(std::strlen(value.c_str()));
   if (value.find_first_not_of(kPlainCharacters) == std::string::npos) {
     return value;
   }

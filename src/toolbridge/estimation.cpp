@@ -6,9 +6,6 @@
 
 namespace {
 
-constexpr double kSampledFraction = 0.05;
-constexpr std::size_t kFractionTextLength = 4;
-
 void makeArtifactDirectory() {
   struct stat status {};
   if (stat(kArtifactDirectory, &status) != 0 || !S_ISDIR(status.st_mode)) {
@@ -21,10 +18,9 @@ void makeArtifactDirectory() {
 int doCrEstimation(std::string aliasName, std::string threadCount, std::uint64_t partIndex,
                    std::string partText, std::string detectedSize) {
   makeArtifactDirectory();
-  runCommand("./kel_sim_test -f " + quoteForShell(fileListName(aliasName)) + " -s 128 -r " +
-             std::to_string(kSampledFraction).substr(0, kFractionTextLength) + " -j 64 -t " +
-             quoteForShell(threadCount) + " -o " + quoteForShell(detectedSize) + " -i " +
-             quoteForShell(partText) + " -l " +
+  runCommand("./kel_sim_test -f " + quoteForShell(fileListName(aliasName)) +
+             " -s 128 -r 0.05 -j 64 -t " + quoteForShell(threadCount) + " -o " +
+             quoteForShell(detectedSize) + " -i " + quoteForShell(partText) + " -l " +
              quoteForShell(resultFileName(aliasName, partIndex)));
   return 0;
 }

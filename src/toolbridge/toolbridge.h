@@ -9,11 +9,6 @@
 // at, so a tool that fails shows only in figures that are missing. Those that start a command throw
 // std::runtime_error when the console text before it cannot be written.
 
-// Removes the info log and the result file that an earlier run left, so that a tool that fails
-// cannot have its figures taken for this run's. Returns 1 when one that may be read is there to
-// stay.
-int discardEarlierFigures(std::string aliasName, std::uint64_t partIndex);
-
 // Runs the evaluation tool over `directory` and waits for it. Always returns 0.
 int doDirDetection(std::string directory, std::string aliasName);
 

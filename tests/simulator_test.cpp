@@ -2,43 +2,42 @@
 
 #include <map>
 #include <random>
-#include <regex>
 
-#include "common/readable.h"
 #include "scratch.h"
 #include "simulator/sample.h"
 
 namespace {
 
+const std::string kUsage =
+    "; usage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART -l "
+    "RESULT\n";
+
+// The number behind a name in the finished line.
+double value(const std::string& line, const std::string& name) {
+  const std::size_t start = line.find(name + " ");
+  return start == std::string::npos ? -1 : std::stod(line.substr(start + name.size()));
+}
+
 struct Simulator : testing::Test {
-  // The fewer different bytes, the better they compress.
-  std::string randomBytes(std::size_t length, unsigned differentBytes = 9) {
+  // The fewer different bytes, the better they compress; 256 do not at all.
+  void add(const std::string& name, std::size_t length, unsigned differentBytes) {
     std::string bytes(length, '\0');
     for (char& byte : bytes) byte = static_cast<char>(random() / 256 % differentBytes);
-    return bytes;
-  }
-
-  void add(const std::string& name, const std::string& content) {
-    scratch.write("data/" + name, content);
-    list += std::to_string(content.size()) + " data/" + name + "\n";
-    total += content.size();
+    scratch.write("data/" + name, bytes);
+    list += std::to_string(length) + " data/" + name + "\n";
+    total += length;
   }
 
   // Options given later replace those given before.
-  std::string command(const std::string& options = "") const {
+  Outcome simulate(const std::string& options) const {
     scratch.write("list", list);
-    const std::string usual = " -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result -o ";
-    return "kel_sim_test" + usual + std::to_string(total) + " " + options;
+    return scratch.run("kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result -o " +
+                       std::to_string(total) + " " + options);
   }
-
-  // A field of the result, counted from 1.
-  double sampled(int field, const std::string& options = "") const {
-    const Outcome run = scratch.run(command(options) + " && awk '{print $" + std::to_string(field) + "}' result");
-    EXPECT_EQ(run.errors, "") << options;
-    return std::stod("0" + run.output);
+  std::string finishedLine(const std::string& options) const {
+    EXPECT_EQ(simulate(options).errors, "") << options;
+    return scratch.read("result");
   }
-  double ratio(const std::string& options) const { return sampled(6, options); }
-  double share(const std::string& options) const { return sampled(10, options) / static_cast<double>(total); }
 
   std::minstd_rand random{1};
   Scratch scratch;
@@ -47,132 +46,125 @@ struct Simulator : testing::Test {
 };
 
 TEST_F(Simulator, ReadsEverythingWhenAskedOrWhenThereIsLittle) {
-  double compressed = 0;
-  std::string out(5000, '\0');
-  for (const std::string& content : {randomBytes(20480), randomBytes(4097, 256), std::string("x"), std::string()}) {
-    add(std::to_string(content.size()), content);
-    for (std::size_t offset = 0; offset < content.size(); offset += 4096) {
-      const std::string block = content.substr(offset, 4096);
-      const std::size_t size = ZSTD_compress(out.data(), out.size(), block.data(), block.size(), 1);
-      compressed += static_cast<double>(std::min(size, block.size()));
-    }
+  const std::string zeros(4096, '\0');
+  std::string out(zeros.size(), '\0');
+  const std::size_t kept = ZSTD_compress(out.data(), out.size(), zeros.data(), zeros.size(), 1);
+  add("incompressible", 61441, 256);
+  add("empty", 0, 1);
+  add("zeros", zeros.size(), 1);
+  char ratio[16];
+  std::snprintf(ratio, sizeof ratio, "%.4f", 65537.0 / static_cast<double>(61441 + kept));
+  const std::string all = std::string("part 7: detection finished ratio: ") + ratio +
+                          " blocks: 17 bytes: 65537 95%: " + ratio + " to " + ratio +
+                          " skipped: 0\n";
+  for (const char* options : {"-r 1 -j 1", "-j 9", "-j 1 -o 999999999"}) {
+    EXPECT_EQ(finishedLine(std::string("-i 7 ") + options), all) << options;
   }
-  for (const char* options : {"-r 1 -j 1", "-j 7 -s 4", "-j 1 -o 999999999"}) {
-    EXPECT_EQ(share(options), 1.0) << options;
-    EXPECT_NEAR(ratio(options), static_cast<double>(total) / compressed, 0.00005) << options;
-  }
-  EXPECT_LT(share("-j 6"), 1.0);
-  EXPECT_EQ(share("-s 65536 -j 1") + share("-s 1 -r 1"), 2.0);
-  EXPECT_EQ(scratch.run(command("-i 7 -r 1") + "; sed 's/ratio: [0-9.]*/R/' result").output,
-            "part 7: detection finished R blocks: 8 bytes: " + std::to_string(total) + "\n");
+  EXPECT_LT(value(finishedLine("-j 8"), "bytes:"), 65537);
+  EXPECT_EQ(value(finishedLine("-r 1 -s 8"), "blocks:"), 9);
 }
 
-TEST_F(Simulator, SampledRatioMeetsTheExhaustiveOne) {
-  for (int i = 0; i < 1500; ++i) add("small" + std::to_string(i), randomBytes(200 + random() % 3000));
-  for (const char* asked : {"0.2", "0.5", "0.9"}) {
-    EXPECT_NEAR(share(std::string("-s 128 -j 1 -r ") + asked) / std::stod(asked), 1, 0.04) << asked;
-  }
-  for (int i = 0; i < 5; ++i) add("large" + std::to_string(i), randomBytes(400000, 256));
+TEST_F(Simulator, TheIntervalHoldsTheExhaustiveRatio) {
+  for (int i = 0; i < 1500; ++i) add("small" + std::to_string(i), 200 + random() % 3000, 9);
+  for (int i = 0; i < 5; ++i) add("large" + std::to_string(i), 400000, 256);
+  const double exact = value(finishedLine("-r 1"), "ratio:");
   double mean = 0.0;
-  for (int part = 0; part < 24; ++part) mean += ratio("-i " + std::to_string(part)) / 24;
-  EXPECT_NEAR(mean / ratio("-r 1"), 1.0, 0.01);
-  EXPECT_NEAR(sampled(8, "-r 0.0001 -j 200"), 300, 100);
-  const double once = ratio("-i 5 -t 1");
-  for (const char* threads : {"2", "7", "'3;x'", "999999", "x"}) {
-    EXPECT_EQ(ratio(std::string("-i 5 -t ") + threads), once) << threads;
+  int held = 0;
+  for (int part = 0; part < 30; ++part) {
+    const std::string line = finishedLine("-i " + std::to_string(part));
+    const double low = value(line, "95%:"), high = value(line, "to");
+    EXPECT_NEAR(value(line, "bytes:"), 0.1 * static_cast<double>(total), 20000) << line;
+    EXPECT_LT(high - low, 0.1) << line;
+    held += low <= exact && exact <= high ? 1 : 0;
+    mean += value(line, "ratio:") / 30;
   }
-  EXPECT_NE(ratio("-i 6"), once);
+  EXPECT_GE(held, 27);
+  EXPECT_NEAR(mean, exact, 0.01);
+  const std::string line = finishedLine("-i 5 -t 1");
+  for (const char* threads : {"2", "7", "'3;x'", "999999", "x"}) {
+    EXPECT_EQ(finishedLine(std::string("-i 5 -t ") + threads), line) << threads;
+  }
+  EXPECT_NEAR(value(finishedLine("-r 0.0001 -j 200"), "blocks:"), 300, 100);
 }
 
-TEST(Sample, EveryBlockWeighsTheInverseOfItsChance) {
-  const std::vector<std::uint64_t> sizes = {1000, 30, 250, 0, 99, 150, 20, 20, 20, 600, 100, 26};
-  Population population;
-  for (const std::uint64_t size : sizes) addFile(population, size, 100);
+TEST_F(Simulator, EveryBlockStandsForItsOwnLengthOnAverage) {
+  const auto nameOf = [](const Block& b) { return b.path + " " + std::to_string(b.offset); };
+  for (const char* size : {"1000", "30", "250", "0", "99", "150", "20", "21", "600", "100"}) {
+    list.append(size).append(" ").append(size).append("\n");
+    total += std::stoul(size);
+  }
+  const std::string name = scratch.write("list", list);
+  constexpr unsigned kParts = 10000;
   for (const double fraction : {0.2, 0.5, 0.8}) {
-    std::map<std::uint64_t, double> weights;  // by where the block ends
-    for (std::uint64_t part = 0; part < 20000; ++part) {
-      Sampler sampler(population, {"", 100, fraction, 1, 1, 2315, part, ""});
-      for (const std::uint64_t size : sizes) {
-        sampler.startFile(size);
-        while (const auto block = sampler.nextBlock()) weights[sampler.bytesPassed()] += block->weight / 20000;
+    std::map<std::string, double> stoodFor;  // in lengths of the block
+    for (unsigned part = 0; part < kParts; ++part) {
+      Sample sample({name, 100, fraction, 1, 1, total, part, ""});
+      for (auto pair = sample.nextPair(); !pair.empty(); pair = sample.nextPair()) {
+        for (const Block& block : pair) {
+          stoodFor[nameOf(block)] +=
+              static_cast<double>(block.standsFor) / static_cast<double>(block.length);
+        }
       }
     }
-    EXPECT_EQ(weights.size(), 28U);
-    for (const auto& [blockEnd, weight] : weights) EXPECT_NEAR(weight, 1.0, 0.12) << blockEnd;
+    EXPECT_EQ(stoodFor.size(), 26U);
+    for (const auto& [block, sum] : stoodFor) {
+      EXPECT_NEAR(sum / kParts, 1.0, 0.2) << "block " << block << ", fraction " << fraction;
+    }
   }
 }
 
-TEST_F(Simulator, SkipsWhatCannotBeReadAndSaysHowMany) {
-  for (const char* name : {"kept", "gone", "shrunk", "pipe", "link", "folder"}) add(name, randomBytes(9000));
-  std::string deep;
-  for (int i = 0; i < 50; ++i) deep += std::string(99, 'x') + "/";
-  list += "5 data/back\\\\slash\\n\n1 f\n9 /dev/zero\n1 " + deep + "f\n";
+TEST_F(Simulator, WhatCannotBeReadIsSkippedAndSaidWithItsWeight) {
+  add("kept", 9000, 256);
+  list += "5 data/back\\\\slash\\n\n";
   scratch.write("data/back\\slash\n", "12345");
-  scratch.run("echo > f; for i in $(seq 50); do mkdir " + deep.substr(0, 99) + " && cd -P x*; done; echo > f");
-  fs::resize_file(scratch.folder / "data/shrunk", 8999);
-  const std::string spoil = "(cd data; rm gone pipe link folder; mkfifo pipe; ln -s kept link; mkdir folder); ";
-  const Outcome run = scratch.run(spoil + command("-r 1"));
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.errors, "kel_sim_test: files skipped because they vanished, shrank or may not be read: 6\n");
-  EXPECT_TRUE(scratch.read("result").ends_with(" blocks: 8 bytes: 17199\n"));
+  add("shrunk", 8192, 256);
+  for (const char* name : {"gone", "pipe", "folder", "link"}) add(name, 1, 1);
+  const Outcome run = simulate(
+      "-r 1 -t 1; echo $?; cd data; truncate -s 8191 shrunk; rm gone pipe folder link;"
+      "mkfifo pipe; mkdir folder; ln -s kept link; cd ..; kel_sim_test -f list -s 4 -r 1"
+      " -j 8 -t 1 -o 17196 -i 0 -l result; echo $?");
+  EXPECT_EQ(run.output, "0\n2\n");
+  EXPECT_EQ(run.errors,
+            "kel_sim_test: 23.84 % of the data could not be read, as in data/link: "
+            "Too many levels of symbolic links\n");
+  EXPECT_EQ(value(scratch.read("result"), "bytes:"), 13101);
+  EXPECT_EQ(value(scratch.read("result"), "skipped:"), 5);
 }
 
 TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
-  add("file", "12345");
-  const std::string usage =
-      "\nusage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART -l RESULT\n";
+  add("file", 5, 1);
   const auto expect = [&](const std::string& options, const std::string& message) {
-    scratch.write("result", "old");
-    const Outcome run = scratch.run(command(options));
+    scratch.write("result", "an earlier run's");
+    const Outcome run = simulate(options);
     EXPECT_EQ(run.status, 1) << options;
-    EXPECT_EQ(run.errors, "kel_sim_test: " + message);
+    EXPECT_EQ(run.errors, "kel_sim_test: " + message) << options;
     EXPECT_FALSE(scratch.has("result")) << options;
   };
+  for (const char* foreign : {"5 f", "5f\n", "5 \n", "x f\n", "99999999999999999999 f\n"}) {
+    scratch.write("foreign", std::string("5 data/file\n") + foreign);
+    expect("-f foreign", "not a list of files\n");
+  }
   scratch.write("zero", "0 data/file\n");
-  scratch.write("huge", "9223372036854775807 data/file\n1 data/file\n");
-  for (const std::string bad : {"5 f", "5f\n", "5 \n", "x f\n", "5 f@x\n", "99999999999999999999 f\n"}) {
-    scratch.run("printf '" + bad + "' | tr @ '\\0' > bad");
-    expect("-f bad", "not a list of files: bad\n");
-  }
-  expect("-f huge", "too many bytes in huge\n");
-  const std::string changing = "mkfifo pipe; (cat list > pipe; sleep 1; cat zero > pipe) & timeout 20 ";
-  EXPECT_EQ(scratch.run(changing + command("-f pipe")).errors, "kel_sim_test: changed while it was read: pipe\n");
-  expect("-f nothing", "cannot open nothing\n");
-  expect("-f data", "cannot read data\n");
-  expect("-f /dev/null", "no data to sample in /dev/null\n");
   expect("-f zero", "no data to sample in zero\n");
-  for (const std::string bad : {"s0", "s65537", "s4k", "r0", "r1.01", "rnan", "r", "r1x", "j0", "o", "i-1"}) {
-    const std::string complaint = "option -" + bad.substr(0, 1) + " cannot be \"" + bad.substr(1) + "\"";
-    expect(("-" + bad + "'").insert(2, " '"), complaint + usage);
+  expect("-f nothing", "cannot open nothing: No such file or directory\n");
+  expect("-f data", "cannot read the list of files: Is a directory\n");
+  for (const char* wrong : {"-s 0", "-s 4k", "-r 0", "-r 1.01", "-r nan", "-j 0", "-o 1e9"}) {
+    expect(wrong,
+           std::string("option ").append(wrong, 2) + " cannot be \"" + (wrong + 3) + "\"" + kUsage);
   }
-  for (const char* bad : {"-x", "-l", "stray"}) expect(bad, "every option must be given, and nothing else" + usage);
-  EXPECT_TRUE(scratch.run("kel_sim_test -f list").errors.ends_with("given, and nothing else" + usage));
-}
-
-TEST_F(Simulator, ASignalTakesTheTemporaryResultWithIt) {
-  // A list that never comes keeps the simulator waiting.
-  const std::string start = "trap '' HUP; mkfifo pipe; " + command("-f pipe");
-  const std::string wait = " & timeout 20 sh -c 'until ls .kel*; do :; done'; kill -HUP $!; sleep 0.1; ";
-  EXPECT_EQ(scratch.run(start + wait + "kill $!; wait $!; echo $?; ls -A").output.substr(12), "143\nlist\npipe\n");
+  expect("-o -i 0", "no total size: the survey left no figures\n");
+  for (const char* wrong : {"-x", "-l", "stray"}) {
+    expect(wrong, "every option must be given, and nothing else" + kUsage);
+  }
 }
 
 TEST_F(Simulator, ShowsProgressOnATerminalOnly) {
-  for (const std::size_t blocks : {1UL, 2UL}) add(std::to_string(blocks), randomBytes(blocks * 4096));
-  // The list comes twice, and slowly for the sample.
-  const std::string pipe = "mkfifo pipe; (cat list > pipe; sleep 1; (head -1 list; sleep 1.2; tail -1 list) > pipe) & ";
-  const std::string simulation = "timeout 20 script -qec '" + command("-f pipe -r 1 -j 1") + "' /dev/null";
-  const std::string shown = scratch.run(pipe + simulation).output;
-  const std::regex expected(
-      "\0337\33\\[\\?7l33 % of the sample(, . s left)?\33\\[\\?7h\0338\33\\[K"
-      "\33\\[\\?7l66 % of the sample, [0-2] s left\33\\[\\?7h\0338\33\\[K"
-      "(\33\\[\\?7l100 .*)?");
-  EXPECT_TRUE(std::regex_match(shown, expected)) << shown;
-  std::string texts;
-  for (int i = 0; i < 8; ++i) texts += readableSize(std::ldexp(1, 10 * i)) + ", ";
-  for (const double seconds : {59.4, 59.6, 3599.0, 7384.0}) texts += readableTime(seconds) + ", ";
-  EXPECT_EQ(texts,
-            "1 B, 1.0 KiB, 1.0 MiB, 1.0 GiB, 1.0 TiB, 1.0 PiB, 1.0 EiB, 1024.0 EiB, "
-            "59 s, 1 min 0 s, 59 min 59 s, 2 h 3 min, ");
+  EXPECT_EQ(progressText(0.25, 120.0), "25.0 % done, 6.0 min left");
+  if (scratch.runOnTerminal("true").status != 0) GTEST_SKIP() << "no terminal can be had here";
+  scratch.write("file", "1");
+  scratch.write("list", "1 file\n");
+  EXPECT_EQ(scratch.runOnTerminal("kel_sim_test -f list -s 4 -r 1 -j 1 -t 1 -o 1 -i 0 -l r").output,
+            "\33[J\0337\33[?7l100.0 % done, 0.0 min left\33[?7h\0338\33[J");
 }
 
 }  // namespace

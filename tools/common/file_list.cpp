@@ -1,44 +1,60 @@
 #include "common/file_list.h"
 
-#include <array>
+#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <stdexcept>
-
-#include "common/path.h"
+#include <string_view>
+#include <system_error>
 
 namespace {
 
-// Far longer than the line of any path; bounds the memory that something else than a list could
-// take. What no line reaches of it takes none.
-std::array<char, 1 << 24> line;
+std::string escape(const std::string& path) {
+  std::string escaped;
+  for (const char c : path) {
+    if (c == '\n') {
+      escaped += "\\n";
+    } else if (c == '\\') {
+      escaped += "\\\\";
+    } else {
+      escaped += c;
+    }
+  }
+  return escaped;
+}
+
+std::string unescape(std::string_view escaped) {
+  std::string path;
+  for (std::size_t i = 0; i < escaped.size(); ++i) {
+    if (escaped[i] == '\\' && i + 1 < escaped.size()) {
+      ++i;
+      path += escaped[i] == 'n' ? '\n' : escaped[i];
+    } else {
+      path += escaped[i];
+    }
+  }
+  return path;
+}
 
 }  // namespace
 
-std::string listLine(const std::string& path, std::uint64_t size) {
-  return std::to_string(size) + ' ' + escapePath(path) + '\n';
+std::string listLine(const ListedFile& file) {
+  return std::to_string(file.size) + ' ' + escape(file.path) + '\n';
 }
 
-FileListReader::FileListReader(std::string name) : name_(std::move(name)), stream_(name_) {
-  if (!stream_) {
-    throw std::runtime_error("cannot open " + name_);
-  }
-}
-
-bool FileListReader::next(ListedFile& file) {
-  stream_.getline(line.data(), line.size());
-  if (stream_.bad()) {
-    throw std::runtime_error("cannot read " + name_);
-  }
-  if (stream_.eof() && stream_.gcount() == 0) {
+bool readListedFile(std::istream& list, ListedFile& file) {
+  std::string line;
+  if (!std::getline(list, line)) {
+    if (list.bad()) {
+      throw std::system_error(errno, std::generic_category(), "cannot read the list of files");
+    }
     return false;
   }
-  const char* const end = line.data() + std::strlen(line.data());
+  const char* const end = line.data() + line.size();
   const auto [blank, error] = std::from_chars(line.data(), end, file.size);
-  const bool isWhole = stream_.good() && end + 1 == line.data() + stream_.gcount();
+  const bool isWhole = !list.eof();  // the last line, too, has its end
   if (!isWhole || error != std::errc() || end - blank < 2 || *blank != ' ') {
-    throw std::runtime_error("not a list of files: " + name_);
+    throw std::runtime_error("not a list of files");
   }
-  file.path = unescapePath(std::string(blank + 1, end));
+  file.path = unescape({blank + 1, end});
   return true;
 }

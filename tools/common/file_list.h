@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
+#include <istream>
 #include <string>
 
 // The list of files that the survey leaves for the simulator: one line a regular file, its size in
-// bytes, a blank and its path, escaped to stay on the line.
+// bytes, a blank and its path, in which a line end stands as "\n" and a backslash as "\\".
 
 struct ListedFile {
   std::uint64_t size = 0;
@@ -13,20 +13,8 @@ struct ListedFile {
 };
 
 // The list's line for a file.
-std::string listLine(const std::string& path, std::uint64_t size);
+std::string listLine(const ListedFile& file);
 
-// Reads a list from its start, one file at a time. One thread at a time may read lists.
-class FileListReader {
- public:
-  // Throws std::runtime_error when the list cannot be opened.
-  explicit FileListReader(std::string name);
-
-  // Takes the next file into `file`; returns false at the end of the list. Throws
-  // std::runtime_error when the list cannot be read or a line of it is no file, which a line
-  // without its end is not either.
-  bool next(ListedFile& file);
-
- private:
-  std::string name_;
-  std::ifstream stream_;
-};
+// Takes the next file of a list into `file`; returns false at its end. Throws std::runtime_error
+// when the list cannot be read or has a line that is no file.
+bool readListedFile(std::istream& list, ListedFile& file);

@@ -7,25 +7,16 @@
 // characters, which a terminal would obey.
 void complain(std::string message);
 
-// Erases the progress line, if one is drawn. A signal handler may call it.
-void eraseProgress();
-
-// A line on standard error that is drawn over and over and leaves no trace. It shows only on a
-// terminal.
+// A text on standard error that is drawn over and over and leaves no trace. It shows only on a
+// terminal, behind the cursor, which stays where it is.
 class Progress {
  public:
-  Progress();
   ~Progress();
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-  Progress(Progress&&) = delete;
-  Progress& operator=(Progress&&) = delete;
 
-  // True when it is time to draw the line again.
-  bool isDue();
+  // True when it is time to draw the text again.
+  [[nodiscard]] bool isDue() const;
   void draw(const std::string& text);
 
  private:
-  bool isTerminal_;
   std::chrono::steady_clock::time_point next_;
 };

@@ -1,117 +1,144 @@
 #include "simulator/compression.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <zstd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <stdexcept>
+#include <system_error>
 #include <vector>
-
-#include "common/descriptor.h"
-#include "common/path.h"
 
 namespace {
 
 constexpr int kCompressionLevel = 1;
 
-struct ContextCloser {
-  void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
-};
+std::string systemReason() { return std::generic_category().message(errno); }
 
-// Fills `buffer` from `offset` on. Returns false when the file is gone, may not be read, is no
-// regular file any more or ends too early.
-bool readBlock(const std::string& path, std::uint64_t offset, std::vector<char>& buffer) {
-  // A pipe that has taken the file's place must not make the worker wait.
-  const Descriptor file = openPath(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-  struct stat status {};
-  if (!file.isOpen() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return false;
-  }
+// Fills `data` with the part of `file` from `offset` on. Returns why that is not possible, or an
+// empty text.
+std::string readData(int file, std::uint64_t offset, std::vector<char>& data) {
   std::size_t done = 0;
-  while (done < buffer.size()) {
-    const ssize_t count = pread(file.number(), buffer.data() + done, buffer.size() - done,
-                                static_cast<off_t>(offset + done));
-    if (count <= 0) {
-      return false;
+  while (done < data.size()) {
+    const ssize_t count =
+        pread(file, data.data() + done, data.size() - done, static_cast<off_t>(offset + done));
+    if (count < 0) {
+      return systemReason();
+    }
+    if (count == 0) {
+      return "shorter than listed";
     }
     done += static_cast<std::size_t>(count);
   }
-  return true;
+  return "";
 }
 
-std::uint64_t weighted(std::uint64_t bytes, double weight) {
-  return static_cast<std::uint64_t>(std::llround(static_cast<double>(bytes) * weight));
+std::string readBlock(const Block& block, std::vector<char>& data) {
+  // A pipe that has taken the file's place must not make the thread wait.
+  const int file = open(block.path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (file < 0) {
+    return systemReason();
+  }
+  data.resize(block.length);
+  std::string problem = readData(file, block.offset, data);
+  close(file);
+  return problem;
 }
 
-// Compresses one block after another, with memory that is allocated once.
+// Reads and compresses one block after another, with memory that is allocated once.
 class Compressor {
  public:
   explicit Compressor(std::uint64_t blockSize)
-      : context_(ZSTD_createCCtx()), compressed_(ZSTD_compressBound(blockSize)) {
+      : context_(ZSTD_createCCtx(), &ZSTD_freeCCtx), compressed_(ZSTD_compressBound(blockSize)) {
     if (context_ == nullptr) {
       throw std::bad_alloc();
     }
+    data_.reserve(blockSize);
   }
 
-  // The size after compression; a block that does not shrink counts at its own.
-  std::uint64_t compressedSize(const std::vector<char>& block) {
-    const std::size_t size =
-        ZSTD_compressCCtx(context_.get(), compressed_.data(), compressed_.size(), block.data(),
-                          block.size(), kCompressionLevel);
-    if (ZSTD_isError(size) != 0) {
-      throw std::runtime_error(std::string("cannot compress: ") + ZSTD_getErrorName(size));
+  void compress(Block& block) {
+    block.problem = readBlock(block, data_);
+    if (!block.problem.empty()) {
+      return;
     }
-    return std::min(size, block.size());
+    const std::size_t length =
+        ZSTD_compressCCtx(context_.get(), compressed_.data(), compressed_.size(), data_.data(),
+                          data_.size(), kCompressionLevel);
+    if (ZSTD_isError(length) != 0) {
+      throw std::runtime_error(std::string("cannot compress: ") + ZSTD_getErrorName(length));
+    }
+    // A block that does not shrink is stored as it is.
+    block.compressedLength = std::min(length, data_.size());
   }
 
  private:
-  std::unique_ptr<ZSTD_CCtx, ContextCloser> context_;
+  std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> context_;
+  std::vector<char> data_;
   std::vector<char> compressed_;
 };
 
-CompressionTotals compressUntilClosed(BlockQueue& queue, std::uint64_t blockSize) {
-  Compressor compressor(blockSize);
-  std::vector<char> buffer;
-  buffer.reserve(blockSize);
-  CompressionTotals totals;
-  while (const std::optional<BlockToRead> next = queue.pop()) {
-    const PickedBlock& block = next->block;
-    buffer.resize(block.length);
-    if (!readBlock(next->file->path, block.offset, buffer)) {
-      if (!next->file->isSkipped.exchange(true)) {
-        ++totals.skippedFiles;
-      }
+// As much of `whole` as is left of the block.
+std::uint64_t compressedPart(std::uint64_t whole, const Block& block) {
+  return static_cast<std::uint64_t>(
+      std::llround(static_cast<double>(whole) * static_cast<double>(block.compressedLength) /
+                   static_cast<double>(block.length)));
+}
+
+void add(SampleTotals& totals, const std::vector<Block>& pair) {
+  std::vector<std::uint64_t> shares;
+  for (const Block& block : pair) {
+    if (!block.problem.empty()) {
+      ++totals.skippedBlocks;
+      totals.skippedBytes += block.standsFor;
+      totals.skippedExample = block.path + ": " + block.problem;
       continue;
     }
     ++totals.blocks;
     totals.bytesRead += block.length;
-    totals.originalBytes += weighted(block.length, block.weight);
-    totals.compressedBytes += weighted(compressor.compressedSize(buffer), block.weight);
+    totals.originalBytes += block.standsFor;
+    totals.compressedBytes += compressedPart(block.standsFor, block);
+    shares.push_back(compressedPart(kShareUnits, block));
   }
-  return totals;
+  if (shares.size() == 2) {
+    const auto [least, most] = std::minmax(shares[0], shares[1]);
+    ++totals.pairs;
+    totals.squaredDifferences += (most - least) * (most - least);
+  }
 }
 
 }  // namespace
 
-CompressionTotals& CompressionTotals::operator+=(const CompressionTotals& other) {
-  blocks += other.blocks;
-  bytesRead += other.bytesRead;
-  originalBytes += other.originalBytes;
-  compressedBytes += other.compressedBytes;
-  skippedFiles += other.skippedFiles;
-  return *this;
-}
-
-CompressionTotals compressBlocks(BlockQueue& queue, std::uint64_t blockSize) {
-  try {
-    return compressUntilClosed(queue, blockSize);
-  } catch (...) {
-    queue.close();
-    throw;
+SampleTotals compressSample(const Options& options) {
+  Sample sample(options);
+  SampleTotals totals;
+  std::mutex mutex;  // of both
+  const auto work = [&] {
+    Compressor compressor(options.blockSize);
+    std::unique_lock lock(mutex);
+    std::vector<Block> pair = sample.nextPair();
+    while (!pair.empty()) {
+      lock.unlock();
+      for (Block& block : pair) {
+        compressor.compress(block);
+      }
+      lock.lock();
+      add(totals, pair);
+      pair = sample.nextPair();
+    }
+  };
+  std::vector<std::future<void>> threads;
+  while (threads.size() < options.threads) {
+    // Without a policy, a thread that cannot be started leaves its work to the others.
+    threads.push_back(std::async(work));
   }
+  for (std::future<void>& thread : threads) {
+    thread.get();
+  }
+  return totals;
 }

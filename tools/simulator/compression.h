@@ -1,21 +1,29 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
-#include "simulator/block_queue.h"
+#include "simulator/sample.h"
 
-// What the compressed blocks add up to, in bytes. Whole numbers, so that the sums do not depend on
-// the order in which threads finish.
-struct CompressionTotals {
+// What the sample adds up to. Whole numbers, so that the sums do not depend on the order in which
+// threads finish.
+struct SampleTotals {
   std::uint64_t blocks = 0;
   std::uint64_t bytesRead = 0;
   std::uint64_t originalBytes = 0;    // of the data that the blocks stand for
   std::uint64_t compressedBytes = 0;  // of the same data
-  std::uint64_t skippedFiles = 0;     // of which at least one block could not be read
+  std::uint64_t pairs = 0;
+  std::uint64_t squaredDifferences = 0;  // between the compressed shares of a pair, in kShareUnits
 
-  CompressionTotals& operator+=(const CompressionTotals& other);
+  // What could not be read.
+  std::uint64_t skippedBlocks = 0;
+  std::uint64_t skippedBytes = 0;  // of the data that the blocks stand for
+  std::string skippedExample;      // a path and the system's reason
 };
 
-// Reads and compresses the blocks of at most `blockSize` bytes that the queue hands out, until it
-// is closed and empty. Throws, and closes the queue, when memory runs out.
-CompressionTotals compressBlocks(BlockQueue& queue, std::uint64_t blockSize);
+// Of a block's compressed share, its length after compression over the one before.
+constexpr std::uint64_t kShareUnits = 65536;
+
+// Reads and compresses the sample in the asked number of threads. Throws when the list cannot be
+// read or memory runs out.
+SampleTotals compressSample(const Options& options);

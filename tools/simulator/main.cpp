@@ -1,56 +1,56 @@
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iomanip>
+#include <sstream>
 
-#include "common/process.h"
-#include "common/result_file.h"
+#include "common/result.h"
 #include "common/terminal.h"
+#include "simulator/compression.h"
+#include "simulator/estimate.h"
 #include "simulator/options.h"
-#include "simulator/simulation.h"
 
 namespace {
 
 constexpr int kSomeSkipped = 2;
 
-std::string finishedLine(std::uint64_t part, const CompressionTotals& totals) {
-  const double ratio =
-      static_cast<double>(totals.originalBytes) / static_cast<double>(totals.compressedBytes);
-  std::array<char, 64> ratioText{};
-  std::snprintf(ratioText.data(), ratioText.size(), "%.4f", ratio);
-  return "part " + std::to_string(part) + ": detection finished ratio: " + ratioText.data() +
-         " blocks: " + std::to_string(totals.blocks) +
-         " bytes: " + std::to_string(totals.bytesRead) + "\n";
+std::string finishedLine(std::uint64_t part, const SampleTotals& totals) {
+  const Estimate estimate = estimateRatio(totals);
+  std::ostringstream line;
+  line << std::fixed << std::setprecision(4) << "part " << part
+       << ": detection finished ratio: " << estimate.ratio << " blocks: " << totals.blocks
+       << " bytes: " << totals.bytesRead << " 95%: " << estimate.low << " to " << estimate.high
+       << " skipped: " << totals.skippedBlocks << "\n";
+  return line.str();
+}
+
+std::string skippedMessage(const SampleTotals& totals) {
+  constexpr double kPercent = 100.0;
+  const auto skipped = static_cast<double>(totals.skippedBytes);
+  const double share = skipped / (skipped + static_cast<double>(totals.originalBytes));
+  std::ostringstream message;
+  message << std::fixed << std::setprecision(2) << share * kPercent
+          << " % of the data could not be read, as in " << totals.skippedExample;
+  return message.str();
 }
 
 int runSimulation(const Options& options) {
-  ResultFile result(options.resultName);
-  const CompressionTotals totals = simulate(options);
-  const bool isComplete = totals.skippedFiles == 0;
-  if (!isComplete) {
-    complain("files skipped because they vanished, shrank or may not be read: " +
-             std::to_string(totals.skippedFiles));
+  const SampleTotals totals = compressSample(options);
+  if (totals.skippedBlocks > 0) {
+    complain(skippedMessage(totals));
   }
   if (totals.blocks == 0) {
     complain("no data to sample in " + options.listName);
     return EXIT_FAILURE;
   }
-  result.write(finishedLine(options.part, totals));
-  result.publish();
-  return isComplete ? EXIT_SUCCESS : kSomeSkipped;
+  writeResult(options.resultName, finishedLine(options.part, totals));
+  return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kSomeSkipped;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  prepareProcess();
   try {
-    const OptionTexts texts = readOptions(argc, argv);
-    if (texts.contains('l')) {
-      // Not even options that cannot be used may leave an earlier result standing.
-      removeResult(texts.at('l'));
-    }
-    return runSimulation(parseOptions(texts));
+    return runSimulation(readOptions(argc, argv));
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

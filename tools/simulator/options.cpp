@@ -5,46 +5,46 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
+#include <map>
 #include <stdexcept>
-#include <string_view>
 
 namespace {
 
-constexpr std::string_view kOptionLetters = "fsrjtoil";
-constexpr char kAnythingElse = '?';
+using OptionTexts = std::map<int, std::string>;  // by their letters
+
+constexpr const char* kPattern = ":f:s:r:j:t:o:i:l:";  // the first ":" keeps getopt silent
+constexpr std::size_t kOptionCount = 8;
 constexpr std::uint64_t kBytesPerKib = 1024;
-constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
 
-[[noreturn]] void rejectUsage(const std::string& reason) {
-  throw std::invalid_argument(
+[[noreturn]] void reject(const std::string& reason) {
+  throw std::runtime_error(
       reason +
-      "\nusage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
+      "; usage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
       "-l RESULT");
 }
 
 [[noreturn]] void rejectOption(char letter, const std::string& text) {
-  rejectUsage(std::string("option -") + letter + " cannot be \"" + text + "\"");
+  reject(std::string("option -") + letter + " cannot be \"" + text + "\"");
 }
 
-std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
-                          std::uint64_t most) {
+std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least) {
   const std::string& text = texts.at(letter);
   std::uint64_t value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value < least || value > most) {
+  if (error != std::errc() || stop != end || value < least) {
     rejectOption(letter, text);
   }
   return value;
 }
 
-double fraction(const OptionTexts& texts, char letter) {
-  const std::string& text = texts.at(letter);
+double fraction(const std::string& text) {
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !(value > 0.0 && value <= 1.0)) {
-    rejectOption(letter, text);
+  if (*end != '\0' || !(value > 0.0 && value <= 1.0)) {
+    rejectOption('r', text);
   }
   return value;
 }
@@ -55,39 +55,39 @@ unsigned threadCount(const std::string& text) {
   return static_cast<unsigned>(std::clamp(value, 1LL, kMostThreads));
 }
 
-}  // namespace
-
-OptionTexts readOptions(int argc, char** argv) {
-  std::string pattern = ":";  // no messages from getopt
-  for (const char letter : kOptionLetters) {
-    pattern += letter;
-    pattern += ':';
-  }
+OptionTexts readTexts(int argc, char** argv) {
   OptionTexts texts;
-  int letter = getopt(argc, argv, pattern.c_str());
+  int letter = getopt(argc, argv, kPattern);
   while (letter != -1) {
-    const bool isOption = letter != '?' && letter != ':';
-    texts[isOption ? static_cast<char>(letter) : kAnythingElse] = isOption ? optarg : "";
-    letter = getopt(argc, argv, pattern.c_str());
-  }
-  if (optind != argc) {
-    texts[kAnythingElse] = argv[optind];
+    texts[letter] = optarg != nullptr ? optarg : "";
+    letter = getopt(argc, argv, kPattern);
   }
   return texts;
 }
 
-Options parseOptions(const OptionTexts& texts) {
-  if (texts.contains(kAnythingElse) || texts.size() != kOptionLetters.size()) {
-    rejectUsage("every option must be given, and nothing else");
+}  // namespace
+
+Options readOptions(int argc, char** argv) {
+  const OptionTexts texts = readTexts(argc, argv);
+  if (texts.contains('l')) {
+    std::filesystem::remove(texts.at('l'));
+  }
+  // A size that nobody found is no word on the command line, so the next option takes its place.
+  if (texts.contains('o') && texts.at('o').starts_with('-')) {
+    throw std::runtime_error("no total size: the survey left no figures");
+  }
+  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':') ||
+      optind != argc) {
+    reject("every option must be given, and nothing else");
   }
   return {
       .listName = texts.at('f'),
-      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * kBytesPerKib,
-      .fraction = fraction(texts, 'r'),
-      .fewestBlocks = wholeNumber(texts, 'j', 1, UINT32_MAX),
+      .blockSize = wholeNumber(texts, 's', 1) * kBytesPerKib,
+      .fraction = fraction(texts.at('r')),
+      .fewestBlocks = wholeNumber(texts, 'j', 1),
       .threads = threadCount(texts.at('t')),
-      .totalBytes = wholeNumber(texts, 'o', 0, UINT64_MAX),
-      .part = wholeNumber(texts, 'i', 0, UINT64_MAX),
+      .totalBytes = wholeNumber(texts, 'o', 0),
+      .part = wholeNumber(texts, 'i', 0),
       .resultName = texts.at('l'),
   };
 }

@@ -1,11 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
-
-// The options of a command line as they stand there, by their letters.
-using OptionTexts = std::map<char, std::string>;
 
 // What the simulator is asked to do.
 struct Options {
@@ -19,8 +15,8 @@ struct Options {
   std::string resultName;      // -l
 };
 
-// Reads the command line, unchecked; the last of several options with one letter counts.
-OptionTexts readOptions(int argc, char** argv);
-
-// Throws std::invalid_argument with a usage message when an option is missing or cannot be used.
-Options parseOptions(const OptionTexts& texts);
+// Reads the command line, in which the last of several options with one letter counts, and removes
+// the earlier result that it names, even when other options cannot be used. Throws
+// std::runtime_error, with a message for the operator, when an option is missing or cannot be used
+// or the earlier result is there to stay.
+Options readOptions(int argc, char** argv);

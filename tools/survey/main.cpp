@@ -1,11 +1,8 @@
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 
-#include "common/file_list.h"
-#include "common/path.h"
-#include "common/process.h"
-#include "common/readable.h"
-#include "common/result_file.h"
+#include "common/result.h"
 #include "common/terminal.h"
 #include "survey/survey.h"
 
@@ -16,41 +13,22 @@ constexpr int kSomeLeftOut = 2;
 int survey(const std::string& directory, const std::string& aliasName) {
   const std::string infoLogName = aliasName + "_file_info.log";
   const std::string listName = aliasName + "_file_type_file_list_new.log";
-  removeResult(infoLogName);
-  ResultFile list(listName);
+  std::filesystem::remove(infoLogName);
+  std::filesystem::remove(listName);
 
-  SurveyFigures figures;
-  {
-    Progress progress;
-    figures = surveyDirectory(
-        directory, list.status(),
-        [&](const std::string& path, std::uint64_t size, const SurveyFigures& soFar) {
-          list.write(listLine(path, size));
-          if (progress.isDue()) {
-            progress.draw("files: " + std::to_string(soFar.files) +
-                          ", size: " + readableSize(static_cast<double>(soFar.bytes)));
-          }
-        });
-  }
-
-  list.publish();
-  try {
-    ResultFile infoLog(infoLogName);
-    infoLog.write("detect_directory_size is: " + std::to_string(figures.bytes) + "\n" +
+  const SurveyFigures figures = surveyDirectory(directory, listName);
+  writeResult(infoLogName,
+              "detect_directory_size is: " + std::to_string(figures.bytes) + "\n" +
                   "detect_directory_file_count is: " + std::to_string(figures.files) + "\n" +
-                  "detect_directory_dir_count is: " + std::to_string(figures.directories) + "\n");
-    infoLog.publish();
-  } catch (...) {
-    removeResult(listName);
-    throw;
-  }
+                  "detect_directory_dir_count is: " + std::to_string(figures.directories) + "\n" +
+                  "detect_directory_allocated_size is: " + std::to_string(figures.allocatedBytes) +
+                  "\n");
   return figures.leftOut == 0 ? EXIT_SUCCESS : kSomeLeftOut;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  prepareProcess();
   try {
     if (argc != 3) {
       complain("usage: kel_evaluation_tool <directory> <aliasName>");

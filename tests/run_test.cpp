@@ -17,203 +17,169 @@ const std::string kTooFew = "Thread number must be greater than zero. " + kInval
 const std::string kTooMany =
     "Thread number is more than 20, this might reduce front-end performance, more threads only "
     "reduce\nexecution time, do you want to continue? [Y/N] ";
-const std::string k36(36, '-'), k40(40, '-'), k100(100, '-');
 
 // Enough data for a report without a warning.
 const std::string kFigures =
     "detect_directory_size is: 536870912000\ndetect_directory_file_count is: 5000\n"
     "detect_directory_dir_count is: 100\n";
-const std::string kResult = "0 detection finished 4 5 1.43 7 8 9 469762048000\n";
+const std::string kFinished = "0 detection finished 4 5 1.43 7 8 9 469762048000\n";
 const std::string kReport = "Finished detect 87.50% data\nEstimated compression ratio = 1.43\n";
+
+std::string replaced(const std::string& text, const char* pattern, const std::string& by) {
+  return std::regex_replace(text, std::regex(pattern), by);
+}
 
 struct Run : testing::Test {
   // Scripts stand for the tools: they note their arguments and leave what lies ready for them.
   Run() {
     scratch.write("data/file", "content");
-    scratch.write("figures", kFigures);
-    scratch.write("result", kResult);
     const std::string note = "#!/bin/sh\n{ printf '<%s>' \"$@\"; echo; } >> calls\n";
     scratch.write("kel_evaluation_tool", note + "cp figures \"./$2_file_info.log\"\n");
     scratch.write("kel_sim_test", note + "for last; do :; done\ncp result \"$last\"\n");
+    scratch.write("figures", kFigures);
+    scratch.write("result", kFinished);
     scratch.run("chmod +x kel_*");
   }
 
-  static std::string aliasOf(const std::string& directory) {
-    return std::regex_replace(directory.substr(1), std::regex("/"), "_");
-  }
   // What the tools note of a run with these values.
-  static std::string calls(const std::string& directory, const std::string& threads,
-                           const std::string& size = "536870912000") {
-    const std::string alias = aliasOf(directory);
+  static std::string calls(const std::string& directory, const std::string& threads) {
+    const std::string alias = replaced(directory.substr(1), "/", "_");
     return "<" + directory + "><" + alias + ">\n<-f><" + alias +
-           "_file_type_file_list_new.log><-s><128><-r><0.05><-j><64><-t><" + threads + "><-o><" +
-           size + "><-i><0><-l><./artifact/" + alias + "_p0.drav>\n";
+           "_file_type_file_list_new.log><-s><128><-r><0.05><-j><64><-t><" + threads +
+           "><-o><536870912000><-i><0><-l><./artifact/" + alias + "_p0.drav>\n";
   }
 
-  // Runs on the data and expects what is shown from the end of the last banner line to the times.
-  void expectEnd(const std::string& end, int status, const std::string& row) const {
-    const Outcome run = scratch.run("kel_estimator", "y data 20");
-    const std::string shown = run.output.substr(0, run.output.find("Estimation execution time"));
-    EXPECT_EQ(run.status, status) << row;
-    EXPECT_EQ(shown.substr(shown.rfind("----\n") + 5), end) << row;
+  // What is shown behind the notice to an operator who types this, and how it ends.
+  std::string shown(const std::string& typed, const std::string& program = "kel_estimator") const {
+    const std::string text = scratch.run(program, typed);
+    EXPECT_TRUE(text.starts_with(kNote)) << text;
+    return text.substr(kNote.size());
+  }
+  // The end of a run with what the tools leave: from the last banner to the times.
+  std::string end(const std::string& figures = kFigures, const std::string& result = kFinished) {
+    scratch.write("figures", figures);
+    scratch.write("result", result);
+    const std::string text = replaced(shown("y data 20"), "Estimation execution[^]*", "");
+    return text.substr(text.rfind("----\n") + 5);
   }
 
   Scratch scratch;
-  std::string data = scratch.folder / "data";
-  std::string accepted = kAskDirectory + "aliasName _" + aliasOf(data) + "\n" + kAskThreads;
-  std::string noSize = "\nFailed to get estimate size " + data + "\n";
+  std::string data = scratch.folder / "data", ended = "status 1\n";
+  std::string accepted =
+      kAskDirectory + "aliasName " + replaced(data, "/", "_") + "\n" + kAskThreads;
+  std::string noSize = "\nFailed to get estimate size " + data + "\n" + ended;
 };
-
-TEST_F(Run, TakesTheTimesOfTheToolsAndPassesTheAnswersOn) {
-  scratch.run("echo 'sleep 0.1' >> kel_evaluation_tool; echo 'sleep 0.4' >> kel_sim_test");
-  const Outcome run = scratch.run("kel_estimator", "\n\n Y\n" + data + "\n01\n");
-  const std::regex times(
-      "Detection execution time = (\\d+)\\[ms\\](.|\n)*"
-      "Estimation execution time = (\\d+)\\[ms\\]\n"
-      "Total execution time = (\\d+)\\[ms\\]");
-  std::smatch time;
-  ASSERT_TRUE(std::regex_search(run.output, time, times)) << run.output;
-  EXPECT_GE(std::stoi(time[1]), 100);
-  EXPECT_GE(std::stoi(time[3]), 400);
-  EXPECT_GE(std::stoi(time[4]), 500);
-  EXPECT_EQ(scratch.read("calls"), calls(data, "01"));
-}
 
 TEST_F(Run, TheBundledToolsMeasureASmallTree) {
   scratch.write("data/more", std::string(300000, 'x'));
   scratch.run("cp '" PROGRAMS "'/kel_* .");
-  const Outcome run = scratch.run("kel_estimator", "y data/. 2");
-  EXPECT_EQ(std::regex_replace(run.output, std::regex("= \\d+\\[ms\\]"), "= N[ms]"),
-            kNote + accepted + k40 + " Detect Information " + k40 +
-                "\nSize of detected directory: 300007\nTotal number of files: 2\n" + k100 +
-                "\nDetection execution time = N[ms]\n" + k40 + " Estimation Results " + k40 +
-                "\ntotalDetectedSize is 300007\n" + k40 + "--- Warning Info ---" + k40 +
-                "\nThe detected size is less than 100GB, average detected file size is less than "
-                "100MB, the estimation CR will be inaccurate.\n" +
-                k100 + "\n" + k36 + " Over all estimation status " + k36 +
-                "\nFinished detect 100.00% data\n"
-                "Estimated compression ratio = 1.00\nEstimation execution time = N[ms]\n"
-                "Total execution time = N[ms]\n" +
-                k100 + "\n");
-  EXPECT_EQ(run.errors, "");
-  EXPECT_EQ(run.status, 0);
+  const std::string s(40, '-');
+  EXPECT_EQ(replaced(shown("y data/. 2"), "= \\d+\\[ms\\]", "= N[ms]"),
+            accepted + s + " Detect Information " + s +
+                R"(
+Size of detected directory: 300007
+Total number of files: 2
+----------------------------------------------------------------------------------------------------
+Detection execution time = N[ms]
+---------------------------------------- Estimation Results ----------------------------------------
+totalDetectedSize is 300007
+------------------------------------------- Warning Info -------------------------------------------
+The detected size is less than 100GB, average detected file size is less than 100MB, the )"
+                R"(estimation CR will be inaccurate.
+----------------------------------------------------------------------------------------------------
+------------------------------------ Over all estimation status ------------------------------------
+Finished detect 100.00% data
+Estimated compression ratio = 1.00
+Estimation execution time = N[ms]
+Total execution time = N[ms]
+----------------------------------------------------------------------------------------------------
+)");
+}
+
+TEST_F(Run, TakesTheTimesOfTheToolsAndShowsTheirTextInItsPlace) {
+  // A tool that loses its reader ends as any program does.
+  scratch.run(R"(echo 'sleep 0.1' >>kel_evaluation_tool
+      echo 'sh -c "kill -PIPE \$\$"; echo $?; sleep 0.4' >>kel_sim_test)");
+  const std::string text = shown("\n\n Y\n" + data + "\n01\n");
+  std::smatch time;
+  const std::regex expected(
+      "[^=]*= (\\d+)\\[ms\\]\n-* Estimation Results -*\n141\n[^=]*= 1.43\n"
+      "[^=]*= (\\d+)\\[ms\\]\n[^=]*= (\\d+)\\[ms\\]\n-*\n");
+  ASSERT_TRUE(std::regex_match(text, time, expected)) << text;
+  EXPECT_GE(std::stoi(time[1]), 100);
+  EXPECT_GE(std::stoi(time[2]), 400);
+  EXPECT_GE(std::stoi(time[3]), 500);
+  EXPECT_EQ(scratch.read("calls"), calls(data, "01"));
 }
 
 TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
-  fs::create_directory(scratch.folder / "empty");
-  fs::create_symlink("loop", scratch.folder / "loop");
-  fs::create_symlink("data", scratch.folder / "link");
-  const std::string here = scratch.folder.string() + "/";
-  const auto expect = [this](const std::string& typed, const std::string& output) {
-    const Outcome run = scratch.run("kel_estimator", typed);
-    EXPECT_EQ(run.output, kNote + output) << "typed: " << typed.substr(0, 80);
-    EXPECT_EQ(run.status, 1) << "typed: " << typed.substr(0, 80);
-  };
-  for (const char* declined : {"", "n", "yes", "N y", "yy"}) expect(declined, "");
-  for (const std::string& bad : std::vector<std::string>{"",
-                                                         "data/file",
-                                                         "missing n",
-                                                         "empty yes",
-                                                         "loop",
-                                                         here + "loop",
-                                                         std::string(5000, 'x'),
-                                                         here + std::string(300, 'x'),
-                                                         {"data\0", 5}}) {
-    expect("y " + bad, kAskDirectory + kInvalid);
+  scratch.run("mkdir empty; ln -s loop loop; ln -s data link");
+  const std::string invalid = kAskDirectory + kInvalid, here = scratch.folder.string() + "/";
+  for (const char* declined : {"", "n", "yes", "N y"}) EXPECT_EQ(shown(declined), ended);
+  for (const char* bad : {"", "data/file", "missing n", "empty yes", "loop", "/none"}) {
+    EXPECT_EQ(shown(std::string("y ") + bad), invalid + ended) << bad;
   }
-  expect("y " + here + "empty y data +8", kAskDirectory + kInvalid + accepted + kInvalid);
-  expect("y " + here + "link//../data/ abc", kAskDirectory + "aliasName _" + aliasOf(here) +
-                                                 "link__.._data_\n" + kAskThreads + kTooFew);
-  expect("y empty/../link/. -5 Y", accepted + kTooFew + kAskThreads + kTooFew);
-  expect("y data 8x y", accepted + kInvalid + kAskThreads + kInvalid);
-  expect("y data 21 yy", accepted + kTooMany);
-  expect("y /", kAskDirectory +
-                    "aliasName _\nGet invalid path input, please use absolute path "
-                    "instead of relative path\n");
-  const std::string gone = "mkdir gone; cd gone; rmdir ../gone; kel_estimator";
-  EXPECT_EQ(scratch.run(gone, "y ../data").output, kNote + kAskDirectory + kInvalid);
-  fs::permissions(scratch.folder / "data", fs::perms::none);
-  EXPECT_EQ(scratch.runUnprivileged("kel_estimator", "y data").output,
-            kNote + kAskDirectory + kInvalid);
-  EXPECT_FALSE(scratch.has("calls"));
+  EXPECT_TRUE(shown("y " + std::string(1 << 20, 'x')) == invalid + ended) << "a long answer";
+  EXPECT_EQ(shown({"y data\0", 7}), invalid + ended);
+  const std::string typed = replaced(accepted, "data", "data__.._link_");
+  EXPECT_EQ(shown("y " + data + "//../link/ abc"), typed + kTooFew + ended);
+  EXPECT_EQ(shown("y " + here + "empty y data +8"), invalid + accepted + kInvalid + ended);
+  EXPECT_EQ(shown("y empty/../link/. -5 Y"), accepted + kTooFew + kAskThreads + kTooFew + ended);
+  EXPECT_EQ(shown("y data 8x y"), accepted + kInvalid + kAskThreads + kInvalid + ended);
+  EXPECT_EQ(shown("y data 21 yy"), accepted + kTooMany + ended);
+  EXPECT_EQ(shown("y /"), kAskDirectory + "aliasName _\nGet invalid path input, please use " +
+                              "absolute path instead of relative path\n" + ended);
+  EXPECT_EQ(shown("y ../data", "mkdir n; cd n; rmdir ../n; kel_estimator"), invalid + ended);
+  EXPECT_EQ(scratch.read("calls"), "");
 }
 
 TEST_F(Run, EveryNameReachesTheToolsAsItIs) {
   const auto expect = [this](const std::string& folder, const std::string& threads) {
     const std::string directory = scratch.write(folder + "/set/file", "x").parent_path();
     setenv("FOLDER", folder.c_str(), 1);
-    const std::string command =
-        "cp kel_* figures result \"./$FOLDER\"; cd \"./$FOLDER\"; kel_estimator";
-    EXPECT_EQ(scratch.run(command, "y set " + threads + " y").status, 0) << folder;
+    scratch.run("cp kel_* figures result \"./$FOLDER\"; cd \"./$FOLDER\"; kel_estimator",
+                "y set " + threads + " y");
     EXPECT_EQ(scratch.read(folder + "/calls"), calls(directory, threads)) << folder;
-    EXPECT_FALSE(scratch.has("hit") || scratch.has(folder + "/hit")) << folder;
+    EXPECT_FALSE(fs::exists(scratch.folder / folder / "hit")) << folder;
   };
   expect("a;touch hit", "20");
   expect("it's $(touch hit) `touch hit`", "21");
   expect("two\nlines\n", "25;x");
   expect("-n *?[a]~#&|<>(){}!\"\\", "21'$(id)");
   expect("%s%n\x01\x7f\xff\xfe caf\xc3\xa9", "25\xffz");
-  EXPECT_EQ(scratch.run("kel_estimator", {"y data 25\0x y", 13}).status, 1);
+  EXPECT_EQ(shown({"y data 25\0x y", 13}).find(accepted + kTooMany), 0U);
   EXPECT_EQ(scratch.read("calls").find("-t"), std::string::npos) << "a NUL byte runs nothing";
 }
 
-TEST_F(Run, FiguresDecideHowItEnds) {
-  const auto expect = [this](const std::string& figures, const std::string& result,
-                             const std::string& end, int status = 1) {
-    scratch.write("figures", figures);
-    scratch.write("result", result);
-    expectEnd(end, status, figures + result);
-  };
+TEST_F(Run, FiguresAsTheyStandDecideHowItEnds) {
   const std::string size = "detect_directory_size is:", huge(400, '9');
-  expect(kFigures, "detection started\n" + kResult, kReport, 0);
-  expect(kFigures, "0 detection finished 4 5 -0 7 8 9 469762048000",
-         "Finished detect 87.50% data\nEstimated compression ratio = 0.00\n", 0);
-  expect("a " + size + " 1\n" + size + " 2", kResult, failedToConvert("detected size", "is:\n2"));
-  expect(kFigures, kResult + kResult, noSize);
-  expect(kFigures, "x detection_finished 3 4 5 6 7 8 9\nxdetection finished 3 4 5 6 7 8 9 10",
-         noSize);
-  expect("", "0 detection finished 4 5 x 7 8 9 " + huge, failedToConvert("estimated size", huge));
-  expect("", "0 detection finished 4 5 x 7 8 9 10", failedToConvert("detected size", ""));
-  expect(kFigures, "0 detection finished 4 5 x 7 8 9 10",
-         failedToConvert("compression ratio", "x"));
-  fs::remove(scratch.folder / "calls");
-  expect(size + " 1;id\n" + kFigures, "", noSize);
-  EXPECT_EQ(scratch.read("calls"), calls(data, "20", "1;id\n536870912000"));
-}
+  EXPECT_EQ(end(kFigures, "detection started\n" + kFinished), kReport);
+  EXPECT_EQ(end(kFigures, replaced(kFinished, "1.43", "-0")), replaced(kReport, "1.43", "0.00"));
+  EXPECT_EQ(end(kFigures, replaced(kFinished, "1.43", "x")),
+            failedToConvert("compression ratio", "x") + ended);
+  EXPECT_EQ(end("", kFinished), failedToConvert("detected size", "") + ended);
+  EXPECT_EQ(end("", replaced(kFinished, "4697.*", huge)),
+            failedToConvert("estimated size", huge) + ended);
+  EXPECT_EQ(end(kFigures, replaced(kFinished, "finished", "finished_")), noSize);
+  EXPECT_EQ(end(kFigures, kFinished + kFinished), noSize);
+  EXPECT_EQ(end("a " + size + " 1;id\n" + size + " 2 3\n", ""), noSize);
+  EXPECT_NE(scratch.read("calls").find("<-o><is:\n2><-i>"), std::string::npos);
 
-TEST_F(Run, FilesInPlaceAreReadAsTheyStand) {
-  expectEnd(kReport, 0, "tools that write");
-  for (const char* tool : {"kel_evaluation_tool", "kel_sim_test"})
-    scratch.write(tool, "#!/bin/sh\n");
-  expectEnd(kReport, 0, "tools that do nothing");
-  fs::remove_all(scratch.folder / "artifact");
-  expectEnd(noSize, 1, "no result file");
-}
-
-TEST_F(Run, TheArtifactDirectoryIsMadeOnlyWhenMissing) {
-  const auto expect = [this](const std::string& target, const std::string& complaint) {
-    fs::remove(scratch.folder / "artifact");
-    fs::create_symlink(target, scratch.folder / "artifact");
-    const std::string command = "export LC_ALL=C; kel_estimator 2>&1 >out | grep mkdir";
-    EXPECT_EQ(scratch.run(command, "y data 2").output, complaint) << target;
-  };
-  expect("data", "");
-  expect("nowhere", "mkdir: cannot create directory 'artifact': File exists\n");
-  expect("data/file", "mkdir: cannot create directory 'artifact': File exists\n");
+  scratch.run("rm -r artifact; ln -s data artifact");
+  EXPECT_EQ(end(), kReport) << "a link to a directory, and no mkdir";
+  scratch.run("echo '#!/bin/sh' | tee kel_evaluation_tool kel_sim_test");
+  EXPECT_EQ(end(), kReport) << "tools that do nothing";
+  scratch.run("rm artifact; ln -s nowhere artifact");
+  EXPECT_EQ(end().find("\nFailed to get estimate size " + data + "\nmkdir: "), 0U);
 }
 
 TEST_F(Run, AReportThatCannotBeWrittenIsNoCompleteRun) {
-  int ends[2];
-  ASSERT_TRUE(pipe(ends) == 0 && dup2(ends[1], 9) == 9 && close(ends[0]) == 0);
-  for (const char* lost : {">/dev/full", ">&-", ">&9"}) {
-    EXPECT_EQ(scratch.run(std::string("kel_estimator ") + lost, "y data 2").status, 1) << lost;
+  for (const char* lost :
+       {"kel_estimator >/dev/full", "kel_estimator >&-", "ulimit -f 0; kel_estimator",
+        "bash -c 'exec > >(:); wait $!; exec kel_estimator'"}) {
+    EXPECT_TRUE(scratch.run(lost, "y data 2").ends_with(ended)) << lost;
   }
-  EXPECT_EQ(scratch.run("ulimit -f 0; kel_estimator", "y data 2").status, 1);
-  EXPECT_FALSE(scratch.has("calls")) << "nobody saw the prompts";
-  // The tools themselves meet a lost reader as any program does.
-  scratch.write("kel_sim_test", "#!/bin/sh\nsh -c 'kill -PIPE $$'; echo $? > ended\n");
-  expectEnd(noSize, 1, "a tool that loses its reader");
-  EXPECT_EQ(scratch.read("ended"), "141\n");
+  EXPECT_EQ(scratch.read("calls"), "") << "nobody saw the prompts";
 }
 
 }  // namespace

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 need programs
 {
   cmake --preset release
-  cmake --build --preset release --target kel_estimator kel_evaluation_tool kel_sim_test
+  cmake --build --preset programs
   cmake --install build/release --prefix workspace
 } </dev/null >&2
 

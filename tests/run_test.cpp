@@ -56,7 +56,8 @@ struct Run : testing::Test {
     return text.substr(kNote.size());
   }
   // The end of a run with what the tools leave: from the last banner to the times.
-  std::string end(const std::string& figures = kFigures, const std::string& result = kFinished) {
+  std::string end(const std::string& figures = kFigures,
+                  const std::string& result = kFinished) const {
     scratch.write("figures", figures);
     scratch.write("result", result);
     const std::string text = replaced(shown("y data 20"), "Estimation execution[^]*", "");

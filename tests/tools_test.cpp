@@ -33,16 +33,7 @@ TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnResults) {
   }
 }
 
-TEST(Survey, WhatCannotBeReadIsNamedAndLeftOut) {
-  const Scratch scratch;
-  scratch.write("tree/\33/2/3/4/file", "too many directories open on the way");
-  scratch.write("tree/file", "12345");
-  EXPECT_EQ(scratch.run("ulimit -n 7; kel_evaluation_tool tree a"),
-            "kel_evaluation_tool: cannot read tree/?/2/3: Too many open files\nstatus 2\n");
-  EXPECT_EQ(scratch.read(kList), "5 tree/file\n");
-}
-
-TEST(Survey, AFailureLeavesAMessageAndNoFigures) {
+TEST(Survey, WhatCannotBeReadIsNamedAndAFailureLeavesNoFigures) {
   const Scratch scratch;
   const auto survey = [&scratch](const std::string& arguments) {
     scratch.write(kInfo, "EARLIER");
@@ -50,6 +41,12 @@ TEST(Survey, AFailureLeavesAMessageAndNoFigures) {
     return told + scratch.read(kInfo);
   };
   const std::string tool = "kel_evaluation_tool: ", failed = "\nstatus 1\n";
+  std::string deep = "tree/\33";
+  for (int i = 0; i < 30; ++i) deep += "/d";
+  scratch.write(deep + "/file", "too many directories open on the way");
+  const std::string told = scratch.run("ulimit -n 20; kel_evaluation_tool tree a");
+  EXPECT_TRUE(told.starts_with(tool + "cannot read tree/?/d/d/")) << told;
+  EXPECT_TRUE(told.ends_with(": Too many open files\nstatus 2\n")) << told;
   EXPECT_EQ(survey("no a"), tool + "cannot read no: No such file or directory" + failed);
   EXPECT_EQ(survey("/dev/null a"), tool + "cannot read /dev/null: Not a directory" + failed);
   EXPECT_EQ(survey(". a b"),
@@ -132,7 +129,6 @@ TEST_F(Simulator, WhatCannotBeReadIsSkippedAndSaidWithItsWeight) {
   scratch.run("mkfifo pipe; ln -s kept link");
   const std::string told = simulate("-r 1 -t 1");
   EXPECT_EQ(told.find("kel_sim_test: 23.83 % of the data could not be read, as in gone: No"), 0U);
-  EXPECT_NE(told.find("status 2\npart 0: detection finished"), std::string::npos) << told;
   EXPECT_TRUE(value(told, "bytes:") == 13101 && value(told, "skipped:") == 4) << told;
 }
 

@@ -42,8 +42,9 @@ Sample::Sample(const Options& options)
 void Sample::measureList() {
   while (readListedFile(list_, file_)) {
     dataBytes_ += file_.size;
-    squaredLengths_ += static_cast<double>(file_.size / blockSize_) * squared(blockSize_) +
-                       squared(file_.size % blockSize_);
+    const std::uint64_t fullBlocks = file_.size / blockSize_;
+    squaredLengths_ +=
+        static_cast<double>(fullBlocks) * squared(blockSize_) + squared(file_.size % blockSize_);
   }
   list_.clear();
   list_.seekg(0);

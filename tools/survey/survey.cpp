@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "common/file_list.h"
 #include "common/terminal.h"
@@ -44,10 +45,10 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
 
 class Survey {
  public:
-  Survey(const std::string& directory, const std::string& listName)
-      : path_(directory), listName_(listName), list_(listName) {
-    if (!list_ || stat(listName.c_str(), &listStatus_) != 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot create " + listName);
+  Survey(std::string directory, std::string listName)
+      : path_(std::move(directory)), listName_(std::move(listName)), list_(listName_) {
+    if (!list_ || stat(listName_.c_str(), &listStatus_) != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot create " + listName_);
     }
   }
 
@@ -143,7 +144,7 @@ class Survey {
   }
 
   std::string path_;
-  const std::string& listName_;
+  std::string listName_;
   std::ofstream list_;
   struct stat listStatus_ {};
   SurveyFigures figures_;

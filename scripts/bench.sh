@@ -36,7 +36,8 @@ mkdir artifact
 seconds() {
   local runs=$1 command=$2
   shift 2
-  hyperfine --style none --runs "$runs" -i --export-csv timing.csv "$@" "$command" >/dev/null 2>&1
+  hyperfine --style none --runs "$runs" -i --export-csv timing.csv "$@" "$command" >/dev/null \
+    2>hyperfine.err || { cat hyperfine.err >&2; return 1; }
   awk -F, 'END { print $(NF - 4) }' timing.csv
 }
 
@@ -76,11 +77,11 @@ find=$(seconds 10 "find $directory -type f -printf '%s %p\n'" -N --warmup 1 --ou
 
 echo "3/3 the whole estimate, against compressing everything" >&2
 printf 'y\n%s\n%s\n' "$directory" "$threads" >answers
-estimate=$(seconds 5 ./kel_estimator -N --warmup 1 --input ./answers)
+estimate=$(seconds 5 'sh -c "exec ./kel_estimator <answers"' -N --warmup 1)
 compression=$(seconds 1 "tar cf - $directory 2>/dev/null | zstd -q -1 -T$threads | wc -c")
 
 quotient() { awk "BEGIN { printf \"%.2f\", $1 / $2 }"; }
-IFS='|' read -r deviation worst interval <<<"$errors"
+IFS='|' read -r deviation worst interval <<<"${errors// | /|}"
 cat <<END
 
 $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) GiB; $threads threads, file cache warm

@@ -164,8 +164,9 @@ TEST_F(Simulator, AndSurveyShowTheirProgressOnATerminal) {
   if (onTerminal("echo here") != "here\r\n") GTEST_SKIP() << "no terminal can be had";
   const std::string simulator = "kel_sim_test -s 4 -r 1 -j 1 -t 1 -o 5 -i 0 -l r -f " + kList;
   EXPECT_EQ(onTerminal("kel_evaluation_tool tree a"),
-            "\33[J\0337\33[?7lfiles: 1, size: 0.0 GiB\33[?7h\0338\33[J");
-  EXPECT_EQ(onTerminal(simulator), "\33[J\0337\33[?7l100.0 % done, 0.0 min left\33[?7h\0338\33[J");
+            "\33[J\0337\33[?7l [files: 1, size: 0.0 GiB]\33[?7h\0338\33[J");
+  EXPECT_EQ(onTerminal(simulator),
+            "\33[J\0337\33[?7l [100.0 % done, 0.0 min left]\33[?7h\0338\33[J");
 }
 
 }  // namespace

@@ -45,7 +45,8 @@ bool Progress::isDue() const { return isTerminal() && std::chrono::steady_clock:
 
 void Progress::draw(const std::string& text) {
   // One write, so that nothing comes between saving the cursor and restoring it.
-  const std::string drawing = kEraseBehind + (kSaveAndStopWrapping + text) + kWrapAndRestore;
+  std::string drawing = kEraseBehind;
+  drawing.append(kSaveAndStopWrapping).append(" [" + text + "]").append(kWrapAndRestore);
   std::fputs(drawing.c_str(), stderr);
   next_ = std::chrono::steady_clock::now() + kRedrawInterval;
 }

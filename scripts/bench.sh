@@ -76,7 +76,7 @@ survey=$(seconds 10 "./kel_evaluation_tool $directory $alias_name" -N --warmup 1
 find=$(seconds 10 "find $directory -type f -printf '%s %p\n'" -N --warmup 1 --output ./found)
 
 echo "3/3 the whole estimate, against compressing everything" >&2
-printf 'y\n%s\n%s\n' "$directory" "$threads" >answers
+printf 'y\n%s\n%s\ny\n' "$directory" "$threads" >answers  # the last, if over 20 threads
 estimate=$(seconds 5 'sh -c "exec ./kel_estimator <answers"' -N --warmup 1)
 compression=$(seconds 1 "tar cf - $directory 2>/dev/null | zstd -q -1 -T$threads | wc -c")
 

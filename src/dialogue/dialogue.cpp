@@ -77,10 +77,8 @@ bool readYesNo() {
 }
 
 bool isDirExistent(std::string path) {
-  // The system would look at the part before a NUL byte only.
-  const bool isName = path.find('\0') == std::string::npos;
   std::error_code error;
-  return isName && std::filesystem::is_directory(path, error);
+  return std::filesystem::is_directory(path, error);
 }
 
 bool isDirEmpty(std::string path) {
@@ -92,6 +90,10 @@ int getInput(std::string& value, std::string label, std::size_t* typedLength, in
   std::printf("Please enter %s to be detected: ", label.c_str());
   readToken(value);
   *typedLength = value.size();
+  if (value.find('\0') != std::string::npos) {
+    // The system and the shell would take the part before it.
+    return offerRetry();
+  }
   switch (kind) {
     case kDirectoryAnswer:
       return checkDirectory(value);

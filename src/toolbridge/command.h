@@ -5,8 +5,7 @@
 // Commands throw std::runtime_error when the console text before them cannot be written.
 
 // Returns `value` as one word of a shell command line. Plain values, and the empty one, stay as
-// they are; anything else is single-quoted. A NUL byte, which no word can hold, ends the command
-// line within its quotes, and the shell refuses to run that.
+// they are; anything else is single-quoted.
 std::string quoteForShell(std::string value);
 
 // Runs `command` through the shell and waits for it, whatever becomes of it.

@@ -6,14 +6,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <future>
+#include <iomanip>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
+
+#include "common/terminal.h"
 
 namespace {
 
@@ -83,8 +88,8 @@ class Compressor {
   std::vector<char> compressed_;
 };
 
-// As much of `whole` as is left of the block.
-std::uint64_t compressedPart(std::uint64_t whole, const Block& block) {
+// `whole` scaled by the block's compressed share.
+std::uint64_t scaledByShare(std::uint64_t whole, const Block& block) {
   return static_cast<std::uint64_t>(
       std::llround(static_cast<double>(whole) * static_cast<double>(block.compressedLength) /
                    static_cast<double>(block.length)));
@@ -102,8 +107,8 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
     ++totals.blocks;
     totals.bytesRead += block.length;
     totals.originalBytes += block.standsFor;
-    totals.compressedBytes += compressedPart(block.standsFor, block);
-    shares.push_back(compressedPart(kShareUnits, block));
+    totals.compressedBytes += scaledByShare(block.standsFor, block);
+    shares.push_back(scaledByShare(kShareUnits, block));
   }
   if (shares.size() == 2) {
     const auto [least, most] = std::minmax(shares[0], shares[1]);
@@ -114,15 +119,30 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
 
 }  // namespace
 
+std::string progressText(double share, double elapsedSeconds) {
+  constexpr double kPercent = 100.0;
+  constexpr double kMinute = 60.0;
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(1) << share * kPercent << " % done, "
+       << elapsedSeconds * (1.0 - share) / share / kMinute << " min left";
+  return text.str();
+}
+
 SampleTotals compressSample(const Options& options) {
   Sample sample(options);
   SampleTotals totals;
-  std::mutex mutex;  // of both
+  Progress progress;
+  const auto start = std::chrono::steady_clock::now();
+  std::mutex mutex;  // of all these
   const auto work = [&] {
     Compressor compressor(options.blockSize);
     std::unique_lock lock(mutex);
     std::vector<Block> pair = sample.nextPair();
     while (!pair.empty()) {
+      if (progress.isDue()) {
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+        progress.draw(progressText(sample.shareDone(), elapsed.count()));
+      }
       lock.unlock();
       for (Block& block : pair) {
         compressor.compress(block);

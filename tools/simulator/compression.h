@@ -24,6 +24,9 @@ struct SampleTotals {
 // Of a block's compressed share, its length after compression over the one before.
 constexpr std::uint64_t kShareUnits = 65536;
 
+// What the operator reads while the sample is compressed, `share` of it being done.
+std::string progressText(double share, double elapsedSeconds);
+
 // Reads and compresses the sample in the asked number of threads. Throws when the list cannot be
 // read or memory runs out.
 SampleTotals compressSample(const Options& options);

@@ -15,13 +15,13 @@ constexpr double kUnseenBlocks = 2.25;
 
 // The variance of the mean compressed share, told by the differences between neighbours in the
 // sample, which are as much alike as neighbours in the data. None is left when everything has been
-// read; the square, since a little that has been read tells nothing of the rest where the data
-// alternates.
+// read. The square makes sure of data that alternates, of which a small sample tells no more than
+// if its blocks could have been drawn twice.
 double varianceOfShare(const SampleTotals& totals) {
   const auto blocks = static_cast<double>(totals.blocks);
   const auto pairs = static_cast<double>(std::max<std::uint64_t>(totals.pairs, 1));
-  const double read =
-      static_cast<double>(totals.bytesRead) / static_cast<double>(totals.originalBytes);
+  const double read = static_cast<double>(totals.bytesRead) /
+                      static_cast<double>(totals.originalBytes + totals.skippedBytes);
   constexpr double kUnit = 1.0 / kShareUnits;
   const double ofBlocks =
       static_cast<double>(totals.squaredDifferences) * (kUnit * kUnit) / (2.0 * pairs);
@@ -38,5 +38,5 @@ Estimate estimateRatio(const SampleTotals& totals) {
   const double share =
       static_cast<double>(totals.compressedBytes) / static_cast<double>(totals.originalBytes);
   const double error = kDeviations * std::sqrt(varianceOfShare(totals));
-  return {ratioOf(share), ratioOf(share + error), ratioOf(share - error)};
+  return {ratioOf(share), ratioOf(std::min(share + error, 1.0)), ratioOf(share - error)};
 }

@@ -37,9 +37,10 @@ int runSimulation(const Options& options) {
   const SampleTotals totals = compressSample(options);
   if (totals.skippedBlocks > 0) {
     complain(skippedMessage(totals));
+  } else if (totals.blocks == 0) {
+    complain("no data to sample in " + options.listName);
   }
   if (totals.blocks == 0) {
-    complain("no data to sample in " + options.listName);
     return EXIT_FAILURE;
   }
   writeResult(options.resultName, finishedLine(options.part, totals));

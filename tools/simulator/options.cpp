@@ -13,9 +13,11 @@ namespace {
 
 using OptionTexts = std::map<int, std::string>;  // by their letters
 
-constexpr const char* kPattern = ":f:s:r:j:t:o:i:l:";  // the first ":" keeps getopt silent
+// "-" lets words that belong to no option stand anywhere, ":" keeps getopt silent.
+constexpr const char* kPattern = "-:f:s:r:j:t:o:i:l:";
 constexpr std::size_t kOptionCount = 8;
 constexpr std::uint64_t kBytesPerKib = 1024;
+constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
 
 [[noreturn]] void reject(const std::string& reason) {
@@ -29,12 +31,13 @@ constexpr long long kMostThreads = 256;  // each takes memory for its own block
   reject(std::string("option -") + letter + " cannot be \"" + text + "\"");
 }
 
-std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least) {
+std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
+                          std::uint64_t most) {
   const std::string& text = texts.at(letter);
   std::uint64_t value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value < least) {
+  if (error != std::errc() || stop != end || value < least || value > most) {
     rejectOption(letter, text);
   }
   return value;
@@ -76,18 +79,17 @@ Options readOptions(int argc, char** argv) {
   if (texts.contains('o') && texts.at('o').starts_with('-')) {
     throw std::runtime_error("no total size: the survey left no figures");
   }
-  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':') ||
-      optind != argc) {
+  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':')) {
     reject("every option must be given, and nothing else");
   }
   return {
       .listName = texts.at('f'),
-      .blockSize = wholeNumber(texts, 's', 1) * kBytesPerKib,
+      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * kBytesPerKib,
       .fraction = fraction(texts.at('r')),
-      .fewestBlocks = wholeNumber(texts, 'j', 1),
+      .fewestBlocks = wholeNumber(texts, 'j', 1, UINT32_MAX),
       .threads = threadCount(texts.at('t')),
-      .totalBytes = wholeNumber(texts, 'o', 0),
-      .part = wholeNumber(texts, 'i', 0),
+      .totalBytes = wholeNumber(texts, 'o', 0, UINT64_MAX),
+      .part = wholeNumber(texts, 'i', 0, UINT64_MAX),
       .resultName = texts.at('l'),
   };
 }

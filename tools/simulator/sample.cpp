@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iomanip>
-#include <sstream>
 #include <system_error>
 
 namespace {
@@ -19,15 +17,6 @@ double squared(std::uint64_t length) {
 }
 
 }  // namespace
-
-std::string progressText(double share, double elapsedSeconds) {
-  constexpr double kPercent = 100.0;
-  constexpr double kMinute = 60.0;
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(1) << share * kPercent << " % done, "
-       << elapsedSeconds * (1.0 - share) / share / kMinute << " min left";
-  return text.str();
-}
 
 Sample::Sample(const Options& options)
     : blockSize_(options.blockSize), list_(options.listName), engine_(options.part) {
@@ -53,13 +42,13 @@ void Sample::measureList() {
 // A block of the length l is picked by l bytes, each with the chance 1 / L, and has l bytes to be
 // read: L is the sum of l * l over all blocks, divided by the bytes that are wanted.
 std::uint64_t Sample::stratumLength(const Options& options) const {
+  const auto bytes = static_cast<double>(dataBytes_);
   const double wanted = options.fraction * static_cast<double>(options.totalBytes);
-  const std::uint64_t fewestStrata = options.fewestBlocks * kStrataPerBlock;
-  if (wanted >= static_cast<double>(dataBytes_) || options.fraction >= 1.0 ||
-      dataBytes_ <= fewestStrata * blockSize_) {
+  const auto fewestStrata = static_cast<double>(options.fewestBlocks * kStrataPerBlock);
+  if (bytes <= wanted || bytes <= fewestStrata * static_cast<double>(blockSize_)) {
     return 1;  // picks every block
   }
-  return std::min(static_cast<std::uint64_t>(squaredLengths_ / wanted), dataBytes_ / fewestStrata);
+  return static_cast<std::uint64_t>(std::min(squaredLengths_ / wanted, bytes / fewestStrata));
 }
 
 std::vector<Block> Sample::nextPair() {
@@ -69,6 +58,10 @@ std::vector<Block> Sample::nextPair() {
     blocks.push_back(block);
   }
   return blocks;
+}
+
+double Sample::shareDone() const {
+  return static_cast<double>(bytesPassed_) / static_cast<double>(dataBytes_);
 }
 
 bool Sample::nextBlock(Block& block) {
@@ -92,7 +85,7 @@ bool Sample::nextBlock(Block& block) {
     block.standsFor += next - stratumStart_;
     drawFrom(next);
   }
-  showProgress(end);
+  bytesPassed_ = end;
   return true;
 }
 
@@ -100,12 +93,4 @@ void Sample::drawFrom(std::uint64_t stratumStart) {
   stratumStart_ = stratumStart;
   const std::uint64_t length = std::min(stratumLength_, dataBytes_ - stratumStart);
   position_ = length > 0 ? stratumStart + engine_() % length : kNoPosition;
-}
-
-void Sample::showProgress(std::uint64_t bytesDone) {
-  if (progress_.isDue()) {
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
-    progress_.draw(progressText(static_cast<double>(bytesDone) / static_cast<double>(dataBytes_),
-                                elapsed.count()));
-  }
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <fstream>
 #include <random>
@@ -8,7 +7,6 @@
 #include <vector>
 
 #include "common/file_list.h"
-#include "common/terminal.h"
 #include "simulator/options.h"
 
 // A block of the sample and what comes of it; lengths in bytes. Blocks are counted from the start
@@ -22,9 +20,6 @@ struct Block {
   std::string problem;  // why it could not be read, if so
 };
 
-// What the operator reads while the sample is drawn, `share` of it being done.
-std::string progressText(double share, double elapsedSeconds);
-
 // The sample. The bytes of all listed files are laid end to end and cut into strata of equal
 // length. One random byte in each stratum picks the block that it lies in, which then stands for
 // the stratum.
@@ -37,12 +32,14 @@ class Sample {
   // the list cannot be read.
   std::vector<Block> nextPair();
 
+  // The share of the data that lies before the end of the last block; at least one must be taken.
+  [[nodiscard]] double shareDone() const;
+
  private:
   void measureList();
   [[nodiscard]] std::uint64_t stratumLength(const Options& options) const;
   void drawFrom(std::uint64_t stratumStart);
   bool nextBlock(Block& block);
-  void showProgress(std::uint64_t bytesDone);
 
   const std::uint64_t blockSize_;
   std::ifstream list_;
@@ -55,6 +52,5 @@ class Sample {
   std::uint64_t position_ = 0;  // drawn in the stratum
   std::uint64_t fileStart_ = 0;
   std::uint64_t fileEnd_ = 0;
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-  Progress progress_;
+  std::uint64_t bytesPassed_ = 0;
 };

@@ -1,3 +1,6 @@
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -10,12 +13,19 @@ namespace {
 
 constexpr int kSomeLeftOut = 2;
 
-int survey(const std::string& directory, const std::string& aliasName) {
-  const std::string infoLogName = aliasName + "_file_info.log";
-  const std::string listName = aliasName + "_file_type_file_list_new.log";
-  std::filesystem::remove(infoLogName);
-  std::filesystem::remove(listName);
+// One directory is open on each level of the tree. With no more than these the descriptors, which
+// is told, run out before the stack.
+constexpr rlim_t kMostOpenFiles = 1024;
 
+void limitOpenFiles() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = std::min(limit.rlim_cur, kMostOpenFiles);
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+int survey(const std::string& directory, const std::string& infoLogName,
+           const std::string& listName) {
   const SurveyFigures figures = surveyDirectory(directory, listName);
   writeResult(infoLogName,
               "detect_directory_size is: " + std::to_string(figures.bytes) + "\n" +
@@ -30,11 +40,18 @@ int survey(const std::string& directory, const std::string& aliasName) {
 
 int main(int argc, char** argv) {
   try {
+    const std::string aliasName = argc > 2 ? argv[2] : "";
+    const std::string infoLogName = aliasName + "_file_info.log";
+    const std::string listName = aliasName + "_file_type_file_list_new.log";
+    // Not even wrong arguments may leave the figures of an earlier run standing.
+    std::filesystem::remove(infoLogName);
+    std::filesystem::remove(listName);
     if (argc != 3) {
       complain("usage: kel_evaluation_tool <directory> <aliasName>");
       return EXIT_FAILURE;
     }
-    return survey(argv[1], argv[2]);
+    limitOpenFiles();
+    return survey(argv[1], infoLogName, listName);
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

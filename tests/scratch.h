@@ -16,8 +16,11 @@ inline std::string failedToConvert(const std::string& figure, const std::string&
 
 // A folder of its own for each test, gone afterwards. What the runs in it need lies beside it.
 struct Scratch {
-  Scratch() { fs::create_directory(folder); }
-  ~Scratch() { EXPECT_EQ(std::system(("rm -rf --one-file-system " + top).c_str()), 0); }
+  Scratch() {
+    fs::create_directory(folder);
+    setenv("TOP", top.c_str(), 1);
+  }
+  ~Scratch() { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }
 
   fs::path write(const std::string& name, const std::string& content) const {
     fs::create_directories((folder / name).parent_path());
@@ -32,17 +35,17 @@ struct Scratch {
 
   // Runs a shell command in the folder, where it finds the programs by their names. Returns what
   // it prints, then what it complains of, then a line with its status unless that is 0. What hangs
-  // is ended, with all that it started.
+  // or prints without end is ended, with all that it started.
   std::string run(const std::string& command, const std::string& input = "") const {
     write("../command", "PATH='" PROGRAMS "':$PATH; cd work\n" + command);
     write("../in", input);
-    const std::string line = "cd " + top + " && exec timeout 45 sh command <in >out 2>err";
-    const int status = std::system(line.c_str());
+    const int status =
+        std::system("cd \"$TOP\" && ulimit -f 20000 && exec timeout 20 sh command <in >out 2>err");
     const std::string end = WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "of a signal";
+    if (end == "124") throw std::runtime_error("this hangs: " + command + "\n" + input);
     return read("../out") + read("../err") + (end == "0" ? "" : "status " + end + "\n");
   }
 
   std::string pattern = fs::temp_directory_path() / "kelXXXXXX";
-  std::string top = fs::canonical(mkdtemp(pattern.data()));
-  fs::path folder = top + "/work";
+  fs::path top = fs::canonical(mkdtemp(pattern.data())), folder = top / "work";
 };

@@ -44,7 +44,6 @@ void runCommand(std::string command) {
 }
 
 int getCommandOutput(std::string command, std::string& out, std::string failureMessage) {
-  flushConsole();
   const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
   if (pipe == nullptr) {
     std::puts(failureMessage.c_str());

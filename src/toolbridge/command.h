@@ -2,13 +2,12 @@
 
 #include <string>
 
-// Commands throw std::runtime_error when the console text before them cannot be written.
-
 // Returns `value` as one word of a shell command line. Plain values, and the empty one, stay as
 // they are; anything else is single-quoted.
 std::string quoteForShell(std::string value);
 
-// Runs `command` through the shell and waits for it, whatever becomes of it.
+// Runs `command` through the shell and waits for it, whatever becomes of it. Throws
+// std::runtime_error when the console text before it cannot be written.
 void runCommand(std::string command);
 
 // Runs `command` through the shell and appends its standard output to `out`, minus one trailing

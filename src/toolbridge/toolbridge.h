@@ -6,7 +6,7 @@
 // The stages that drive the external tools and read their figures. Figures are text, exactly as the
 // tools wrote them, and are appended to the out parameters. Each stage returns 0 for success and 1
 // for a failure that it has reported on standard output; a tool's own exit status is never looked
-// at, so a tool that fails shows only in figures that are missing. Those that start a command throw
+// at, so a tool that fails shows only in figures that are missing. Those that run a tool throw
 // std::runtime_error when the console text before it cannot be written.
 
 // Runs the evaluation tool over `directory` and waits for it. Always returns 0.

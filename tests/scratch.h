@@ -8,9 +8,10 @@
 #include <string>
 
 namespace fs = std::filesystem;
+using std::string;
 
 // The line that ends a run on a figure that is no number.
-inline std::string failedToConvert(const std::string& figure, const std::string& text) {
+inline string failedToConvert(const string& figure, const string& text) {
   return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
 }
 
@@ -22,13 +23,13 @@ struct Scratch {
   }
   ~Scratch() { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }
 
-  fs::path write(const std::string& name, const std::string& content) const {
+  fs::path write(const string& name, const string& content) const {
     fs::create_directories((folder / name).parent_path());
     std::ofstream(folder / name) << content;
     return folder / name;
   }
   // Empty, too, when there is no such file.
-  std::string read(const std::string& name) const {
+  string read(const string& name) const {
     std::ifstream file(folder / name);
     return {std::istreambuf_iterator<char>(file), {}};
   }
@@ -36,16 +37,16 @@ struct Scratch {
   // Runs a shell command in the folder, where it finds the programs by their names. Returns what
   // it prints, then what it complains of, then a line with its status unless that is 0. What hangs
   // or prints without end is ended, with all that it started.
-  std::string run(const std::string& command, const std::string& input = "") const {
+  string run(const string& command, const string& input = "") const {
     write("../command", "PATH='" PROGRAMS "':$PATH; cd work\n" + command);
     write("../in", input);
     const int status =
         std::system("cd \"$TOP\" && ulimit -f 20000 && exec timeout 20 sh command <in >out 2>err");
-    const std::string end = WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "of a signal";
+    const string end = WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "of a signal";
     if (end == "124") throw std::runtime_error("this hangs: " + command + "\n" + input);
     return read("../out") + read("../err") + (end == "0" ? "" : "status " + end + "\n");
   }
 
-  std::string pattern = fs::temp_directory_path() / "kelXXXXXX";
+  string pattern = fs::temp_directory_path() / "kelXXXXXX";
   fs::path top = fs::canonical(mkdtemp(pattern.data())), folder = top / "work";
 };

@@ -77,13 +77,9 @@ void showEstimationInfo(double cr, double finishedPercent, std::string detectedS
 }
 
 double restrictEstimationResult() {
-  std::mt19937_64 engine(drawSeed());
-  return replacementRatio(engine());
-}
-
-double replacementRatio(std::uint64_t draw) {
   constexpr int kDrawBits = 64;
-  double share = std::ldexp(static_cast<double>(draw), -kDrawBits);
+  std::mt19937_64 engine(drawSeed());
+  double share = std::ldexp(static_cast<double>(engine()), -kDrawBits);
   if (share >= 1.0) {
     share = std::nextafter(1.0, 0.0);
   }

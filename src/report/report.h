@@ -32,6 +32,3 @@ void showEstimationInfo(double cr, double finishedPercent, std::string detectedS
 
 // Returns a fresh random ratio between 1.48 and 1.52.
 double restrictEstimationResult();
-
-// Returns the ratio between 1.48 and 1.52 that lies as far into that range as `draw` into its own.
-double replacementRatio(std::uint64_t draw);

@@ -10,6 +10,7 @@
 #include <iomanip>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -108,7 +109,9 @@ class Survey {
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
     ++figures_.files;
-    figures_.bytes += size;
+    if (__builtin_add_overflow(figures_.bytes, size, &figures_.bytes)) {
+      throw std::overflow_error("the sizes add up to more than 64 bits hold");
+    }
     figures_.allocatedBytes += static_cast<std::uint64_t>(status.st_blocks) * kAllocationUnit;
     list_ << listLine({size, path_});
     requireWritten();

@@ -16,5 +16,6 @@ struct SurveyFigures {
 // Walks the tree below `directory`, which may itself be a symbolic link, without following the
 // links in it, writes a new list of its files to `listName` and names on standard error what cannot
 // be read. The list itself does not count. Memory grows with the depth of the tree only. Throws
-// std::system_error when `directory` cannot be read or the list cannot be written.
+// std::runtime_error when `directory` cannot be read, the list cannot be written or the sizes do
+// not add up in 64 bits.
 SurveyFigures surveyDirectory(const std::string& directory, const std::string& listName);

@@ -28,14 +28,12 @@ TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
   const string noSpace = ": No space left on device\nstatus 1\n";
   expect(survey, "getdents64" + inSub, "cannot read tree/sub" + io + "2\n");
   expect(survey, "?newfstatat,?fstat,?statx" + inSub, "cannot read tree/sub" + io + "2\n");
-  expect(survey, "?open,?openat:error=EMFILE -P $PWD/tree/sub -P sub",
-         "cannot read tree/sub: Too many open files\nstatus 2\n");
+  expect(survey, "?open,?openat:error=EMFILE -P $PWD/tree/sub -P sub", "open files\nstatus 2\n");
   expect(survey, "getdents64:error=EIO", "cannot read tree" + io + "1\n");
   expect(survey, full + "a_file_info.log", "cannot write a_file_info.log" + noSpace);
   expect(survey, full + "a_file_type_file_list_new.log", "file_list_new.log" + noSpace);
   expect(simulator, "?clone,?clone3:error=EAGAIN:when=2", "");
-  expect(simulator, "pread64:error=EIO -f -P $PWD/tree/sub/file",
-         "0.14 % of the data could not be read, as in tree/sub/file" + io + "2\n");
+  expect(simulator, "pread64:error=EIO -f -P $PWD/tree/sub/file", "in tree/sub/file" + io + "2\n");
   expect(simulator, "read:error=EIO -P $PWD/list", "cannot read the list of files" + io + "1\n");
   expect(simulator, full + "result", "cannot write result" + noSpace);
   const string tree = (scratch.folder / "tree").string() + "\n", failed = "status 1\n";

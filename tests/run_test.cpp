@@ -18,11 +18,10 @@ const string kTooMany =
     "Thread number is more than 20, this might reduce front-end performance, more threads only "
     "reduce\nexecution time, do you want to continue? [Y/N] ";
 
-// Enough data for a report without a warning.
+// Enough data for a report without a warning; field 6 is the ratio and field 10 the size read.
 const string kFigures =
     "detect_directory_size is: 536870912000\ndetect_directory_file_count is: 5000\n"
     "detect_directory_dir_count is: 100\n";
-// The ratio is its sixth field and the processed size its tenth.
 const string kFinished = "0 detection finished 4 5 1.43 7 8 9 469762048000\n";
 const string kReport = "Finished detect 87.50% data\nEstimated compression ratio = 1.43\n";
 
@@ -104,7 +103,6 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
   for (const char* bad : {"", "data/file", "missing n", "empty yes", "loop", "/none"}) {
     EXPECT_EQ(shown(string("y ") + bad), invalid + ended) << bad;
   }
-  EXPECT_EQ(shown({"y data\0", 7}), invalid + ended);
   EXPECT_EQ(shown({"y data 25\0x", 11}), accepted + kInvalid + ended);
   EXPECT_EQ(shown("y " + here + "loop y data +8"), invalid + accepted + kInvalid + ended);
   const string asTyped = "aliasName " + replaced(data + "//../link/", "/", "_") + "\n";
@@ -115,14 +113,13 @@ TEST_F(Run, WrongAnswersAreExplainedAndAskedAgain) {
   EXPECT_EQ(shown("y data 021 yy"), accepted + kTooMany + ended);
   EXPECT_EQ(shown("y /"), kAskDirectory + "aliasName _\nGet invalid path input, please use " +
                               "absolute path instead of relative path\n" + ended);
-  EXPECT_EQ(scratch.read("calls"), "");
 }
 
 TEST_F(Run, AHostileNameReachesTheToolsAsItIs) {
   const string name = "-n it's;touch hit\n$(touch hit)`touch hit`*?[a]~#&|<>(){}!\"\\%s\x01\xff";
   const string directory = scratch.write(name + "/set/file", "x").parent_path();
-  setenv("NAME", name.c_str(), 1);
-  scratch.run("cp kel_* figures result \"./$NAME\"; cd \"./$NAME\"; kel_estimator",
+  setenv("DIR", name.c_str(), 1);
+  scratch.run("cp kel_* figures result \"./$DIR\"; cd \"./$DIR\"; kel_estimator",
               "y set 21'$(id) y");
   const string alias = replaced(directory.substr(1), "/", "_");
   EXPECT_EQ(scratch.read(name + "/calls"),

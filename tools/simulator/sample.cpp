@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <stdexcept>
 #include <system_error>
 
 namespace {
@@ -10,9 +9,6 @@ namespace {
 // Two neighbouring strata may pick the same block, so this many a block make sure that enough
 // different ones are picked.
 constexpr std::uint64_t kStrataPerBlock = 2;
-
-// Leaves room to count past the end of the data.
-constexpr std::uint64_t kMostBytes = INT64_MAX;
 
 constexpr std::uint64_t kNoPosition = UINT64_MAX;
 
@@ -34,9 +30,6 @@ Sample::Sample(const Options& options)
 
 void Sample::measureList() {
   while (readListedFile(list_, file_)) {
-    if (file_.size > kMostBytes - dataBytes_) {
-      throw std::overflow_error("too many bytes on the list of files");
-    }
     dataBytes_ += file_.size;
     const std::uint64_t fullBlocks = file_.size / blockSize_;
     squaredLengths_ +=

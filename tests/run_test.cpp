@@ -153,8 +153,9 @@ TEST_F(Run, FiguresAsTheyStandDecideHowItEnds) {
 }
 
 TEST_F(Run, OutputThatCannotBeWrittenEndsItAtTheFirstPrompt) {
-  for (const string lost : {"kel_estimator >/dev/full", "kel_estimator >&-",
-                            "bash -c 'exec > >(:); wait $!; exec kel_estimator'"}) {
+  for (const string lost :
+       {"kel_estimator >/dev/full", "kel_estimator >&-", "ulimit -f 0; kel_estimator >file",
+        "bash -c 'exec > >(:); wait $!; exec kel_estimator'"}) {
     const string answersLeft = scratch.run("(" + lost + "); echo $?; cat", "y data 2");
     EXPECT_EQ(answersLeft, "1\ny data 2") << lost;
   }

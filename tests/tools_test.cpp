@@ -112,9 +112,9 @@ TEST_F(Simulator, TheIntervalHoldsTheExhaustiveRatio) {
 }
 
 TEST(Estimate, FollowsFromTheTotals) {
-  // Blocks, bytes read, original and compressed bytes, pairs, squared differences, nothing skipped.
+  // Blocks, bytes read, original and compressed bytes, pairs, squared differences, what is skipped.
   constexpr std::uint64_t kSquares = kShareUnits * kShareUnits * 7 / 4;
-  const SampleTotals usual = {100, 600, 1000, 500, 50, kSquares, 0, 0, ""};
+  const SampleTotals usual = {100, 600, 900, 450, 50, kSquares, 1, 100, ""};
   EXPECT_DOUBLE_EQ(estimateRatio(usual).low, 1 / 0.532);
   EXPECT_DOUBLE_EQ(estimateRatio(usual).high, 1 / 0.468);
   EXPECT_DOUBLE_EQ(estimateRatio({100, 600, 1000, 10, 50, kSquares, 0, 0, ""}).high, INFINITY);

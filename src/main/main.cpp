@@ -75,14 +75,16 @@ int runEstimation() {
   return EXIT_SUCCESS;
 }
 
-// Takes the place of the default action, so that output whose reader has gone away shows as a
-// failed write. A handler, unlike ignoring the signal, is not passed on to the external tools.
-void onLostReader(int /*signal*/) {}
+// Takes the place of the default action, so that output whose reader has gone away, or whose file
+// may not grow, shows as a failed write. A handler, unlike ignoring the signals, is not passed on
+// to the external tools.
+void onLostOutput(int /*signal*/) {}
 
 }  // namespace
 
 int main() {
-  std::signal(SIGPIPE, onLostReader);
+  std::signal(SIGPIPE, onLostOutput);
+  std::signal(SIGXFSZ, onLostOutput);
   try {
     const int status = runEstimation();
     flushConsole();

@@ -15,8 +15,8 @@ constexpr double kUnseenBlocks = 2.25;
 
 // The variance of the mean compressed share, told by the differences between neighbours in the
 // sample, which are as much alike as neighbours in the data. None is left when everything has been
-// read. The square makes sure of data that alternates, of which a small sample tells no more than
-// if its blocks could have been drawn twice.
+// read. The square was found by measuring: without it, little data and data that alternates from
+// block to block lay outside more often than 5 times in 100.
 double varianceOfShare(const SampleTotals& totals) {
   const auto blocks = static_cast<double>(totals.blocks);
   const auto pairs = static_cast<double>(std::max<std::uint64_t>(totals.pairs, 1));

@@ -79,7 +79,8 @@ Options readOptions(int argc, char** argv) {
   if (texts.contains('o') && texts.at('o').starts_with('-')) {
     throw std::runtime_error("no total size: the survey left no figures");
   }
-  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':')) {
+  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':') ||
+      optind != argc) {
     reject("every option must be given, and nothing else");
   }
   return {

@@ -45,7 +45,8 @@ std::uint64_t Sample::stratumLength(const Options& options) const {
   const auto bytes = static_cast<double>(dataBytes_);
   const double wanted = options.fraction * static_cast<double>(options.totalBytes);
   const auto fewestStrata = static_cast<double>(options.fewestBlocks * kStrataPerBlock);
-  if (bytes <= wanted || bytes <= fewestStrata * static_cast<double>(blockSize_)) {
+  if (options.fraction >= 1.0 || bytes <= wanted ||
+      bytes <= fewestStrata * static_cast<double>(blockSize_)) {
     return 1;  // picks every block
   }
   return static_cast<std::uint64_t>(std::min(squaredLengths_ / wanted, bytes / fewestStrata));

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kSomeLeftOut = 2;
 
-// One directory is open on each level of the tree. With no more than these the descriptors, which
-// is told, run out before the stack.
+// One directory is open on each level. With no more than these, a tree too deep runs out of
+// descriptors, which is reported, and not of stack.
 constexpr rlim_t kMostOpenFiles = 1024;
 
 void limitOpenFiles() {
@@ -43,9 +43,11 @@ int main(int argc, char** argv) {
     const std::string aliasName = argc > 2 ? argv[2] : "";
     const std::string infoLogName = aliasName + "_file_info.log";
     const std::string listName = aliasName + "_file_type_file_list_new.log";
-    // Not even wrong arguments may leave the figures of an earlier run standing.
-    std::filesystem::remove(infoLogName);
-    std::filesystem::remove(listName);
+    if (!aliasName.empty()) {
+      // Not even wrong arguments may leave the figures of an earlier run standing.
+      std::filesystem::remove(infoLogName);
+      std::filesystem::remove(listName);
+    }
     if (argc != 3) {
       complain("usage: kel_evaluation_tool <directory> <aliasName>");
       return EXIT_FAILURE;

@@ -151,7 +151,8 @@ TEST_F(Simulator, AFailureLeavesAMessageAndNoResult) {
     EXPECT_EQ(complaint(bad), "option " + option + " cannot be \"" + text + "\"");
   }
   EXPECT_EQ(complaint("-o -i 0"), "no total size: the survey left no figures");
-  for (const char* bad : {"-x", "-l", "stray", "; kel_sim_test -l result"}) {
+  const char* noSize = "; kel_sim_test -f list -r 1 -j 1 -t 1 -o 5 -i 0 -l result stray";
+  for (const char* bad : {"-x", "-l", "stray", noSize}) {
     EXPECT_TRUE(complaint(bad).ends_with("every option must be given, and nothing else")) << bad;
   }
 }

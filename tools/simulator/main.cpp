@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kSomeSkipped = 2;
-
 std::string finishedLine(std::uint64_t part, const SampleTotals& totals) {
   const Estimate estimate = estimateRatio(totals);
   std::ostringstream line;
@@ -44,7 +42,7 @@ int runSimulation(const Options& options) {
     return EXIT_FAILURE;
   }
   writeResult(options.resultName, finishedLine(options.part, totals));
-  return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kSomeSkipped;
+  return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
 }
 
 }  // namespace

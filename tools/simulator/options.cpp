@@ -8,14 +8,15 @@
 #include <filesystem>
 #include <map>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
 using OptionTexts = std::map<int, std::string>;  // by their letters
 
-// "-" lets words that belong to no option stand anywhere, ":" keeps getopt silent.
+// "-" makes a word that belongs to no option one of its own, ":" keeps getopt silent.
 constexpr const char* kPattern = "-:f:s:r:j:t:o:i:l:";
-constexpr std::size_t kOptionCount = 8;
+constexpr std::string_view kLetters = "fsrjtoil";
 constexpr std::uint64_t kBytesPerKib = 1024;
 constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
@@ -79,8 +80,9 @@ Options readOptions(int argc, char** argv) {
   if (texts.contains('o') && texts.at('o').starts_with('-')) {
     throw std::runtime_error("no total size: the survey left no figures");
   }
-  if (texts.size() != kOptionCount || texts.contains('?') || texts.contains(':') ||
-      optind != argc) {
+  const bool hasAll = std::all_of(kLetters.begin(), kLetters.end(),
+                                  [&texts](char letter) { return texts.contains(letter); });
+  if (!hasAll || texts.size() != kLetters.size() || optind != argc) {
     reject("every option must be given, and nothing else");
   }
   return {

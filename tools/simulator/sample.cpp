@@ -62,7 +62,7 @@ std::vector<Block> Sample::nextPair() {
 }
 
 double Sample::shareDone() const {
-  return static_cast<double>(bytesPassed_) / static_cast<double>(dataBytes_);
+  return static_cast<double>(stratumStart_) / static_cast<double>(dataBytes_);
 }
 
 bool Sample::nextBlock(Block& block) {
@@ -86,7 +86,6 @@ bool Sample::nextBlock(Block& block) {
     block.standsFor += next - stratumStart_;
     drawFrom(next);
   }
-  bytesPassed_ = end;
   return true;
 }
 

@@ -32,7 +32,7 @@ class Sample {
   // the list cannot be read.
   std::vector<Block> nextPair();
 
-  // The share of the data that lies before the end of the last block; at least one must be taken.
+  // The share of the data that the blocks so far stand for; above 0 once one has been taken.
   [[nodiscard]] double shareDone() const;
 
  private:
@@ -52,5 +52,4 @@ class Sample {
   std::uint64_t position_ = 0;  // drawn in the stratum
   std::uint64_t fileStart_ = 0;
   std::uint64_t fileEnd_ = 0;
-  std::uint64_t bytesPassed_ = 0;
 };

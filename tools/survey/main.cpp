@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kSomeLeftOut = 2;
-
 // One directory is open on each level. With no more than these, a tree too deep runs out of
 // descriptors, which is reported, and not of stack.
 constexpr rlim_t kMostOpenFiles = 1024;
@@ -33,7 +31,7 @@ int survey(const std::string& directory, const std::string& infoLogName,
                   "detect_directory_dir_count is: " + std::to_string(figures.directories) + "\n" +
                   "detect_directory_allocated_size is: " + std::to_string(figures.allocatedBytes) +
                   "\n");
-  return figures.leftOut == 0 ? EXIT_SUCCESS : kSomeLeftOut;
+  return figures.leftOut == 0 ? EXIT_SUCCESS : kPartialResult;
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ errors=$(awk -v exact="$exact" '
 
 echo "2/3 the survey, against find" >&2
 survey=$(seconds 10 "./kel_evaluation_tool $directory $alias_name" -N --warmup 1)
-find=$(seconds 10 "find $directory -type f -printf '%s %p\n'" -N --warmup 1 --output ./found)
+find=$(seconds 10 "find $directory -type f -printf '%s %p\0'" -N --warmup 1 --output ./found)
 
 echo "3/3 the whole estimate, against compressing everything" >&2
 printf 'y\n%s\n%s\ny\n' "$directory" "$threads" >answers  # the last, if over 20 threads
@@ -88,7 +88,7 @@ $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) 
 
 | what | measured |
 |---|---|
-| the survey, against \`find DIR -type f -printf '%s %p\\n' >FILE\` | $(quotient "$survey" "$find") times ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
+| the survey, against \`find DIR -type f -printf '%s %p\\0' >FILE\` | $(quotient "$survey" "$find") times ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
 | the whole estimate, against \`tar cf - DIR \\| zstd -1 -T$threads \\| wc -c\` | $(quotient "$compression" "$estimate") times faster ($(quotient "$estimate" 1) s, $(quotient "$compression" 1) s) |
 | the sampled ratio of $parts parts, against reading everything ($exact): usual error | $deviation |
 | the same, the worst of them | $worst |

@@ -66,7 +66,11 @@ TEST_F(Run, TheBundledToolsMeasureASmallTree) {
   scratch.write("kel_evaluation_tool", "#!/bin/sh\nsleep 0.1; kel_evaluation_tool \"$@\"\n");
   scratch.write("kel_sim_test", R"(#!/bin/sh
       sh -c 'kill -PIPE $$'; echo $?; sleep 0.4; kel_sim_test "$@")");
-  const string dashes(40, '-'), start = accepted + dashes + " Detect Information " + dashes;
+  const string dashes(40, '-'),
+      start =
+          accepted + "Surveyed " + data +
+          ": files: 2, directories: 1, size: 0.00 GiB (allocated: 0.00 GiB), nothing left out.\n" +
+          dashes + " Detect Information " + dashes;
   const string rest = R"(
 Size of detected directory: 300007
 Total number of files: 2
@@ -74,6 +78,7 @@ Total number of files: 2
 Detection execution time = N[ms]
 ---------------------------------------- Estimation Results ----------------------------------------
 141
+The data alone: ratio 4225.45, everything read.
 totalDetectedSize is 300007
 ------------------------------------------- Warning Info -------------------------------------------
 The detected size is less than 100GB, average detected file size is less than 100MB, the )"

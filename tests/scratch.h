@@ -10,6 +10,11 @@
 namespace fs = std::filesystem;
 using std::string;
 
+// A row of a test: why it is there, what a program is given and what it tells then.
+struct Row {
+  string why, given, told;
+};
+
 // The line that ends a run on a figure that is no number.
 inline string failedToConvert(const string& figure, const string& text) {
   return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";

@@ -4,17 +4,17 @@
 #include <istream>
 #include <string>
 
-// The list of files that the survey leaves for the simulator: one line a regular file, its size in
-// bytes, a blank and its path, in which a line end stands as "\n" and a backslash as "\\".
+// The list of files that the survey leaves for the simulator: for each regular file its size in
+// bytes, a blank, its path and a NUL byte, as `find DIR -type f -printf '%s %p\0'` writes them.
 
 struct ListedFile {
   std::uint64_t size = 0;
   std::string path;
 };
 
-// The list's line for a file.
-std::string listLine(const ListedFile& file);
-
 // Takes the next file of a list into `file`; returns false at its end. Throws std::runtime_error
-// when the list cannot be read or has a line that is no file.
+// when the list cannot be read or has a record that is no file.
 bool readListedFile(std::istream& list, ListedFile& file);
+
+// Adds the size of a file to those before. Throws std::overflow_error when 64 bits do not hold it.
+void addSize(std::uint64_t& total, std::uint64_t size);

@@ -1,98 +1,86 @@
 #include "simulator/compression.h"
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <zstd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <future>
-#include <iomanip>
 #include <memory>
 #include <mutex>
 #include <new>
-#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
 
-#include "common/terminal.h"
+#include "common/console.h"
 
 namespace {
 
 constexpr int kCompressionLevel = 1;
 
-std::string systemReason() { return std::generic_category().message(errno); }
-
-// Fills `data` with the part of `file` from `offset` on. Returns why that is not possible, or an
-// empty text.
-std::string readData(int file, std::uint64_t offset, std::vector<char>& data) {
-  std::size_t done = 0;
-  while (done < data.size()) {
-    const ssize_t count =
-        pread(file, data.data() + done, data.size() - done, static_cast<off_t>(offset + done));
-    if (count < 0) {
-      return systemReason();
-    }
-    if (count == 0) {
-      return "shorter than listed";
-    }
-    done += static_cast<std::size_t>(count);
-  }
-  return "";
-}
-
+// Reads the block into `data`. Returns why that is not possible, or an empty text.
 std::string readBlock(const Block& block, std::vector<char>& data) {
-  // A pipe that has taken the file's place must not make the thread wait.
-  const int file = open(block.path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (file < 0) {
-    return systemReason();
+  std::error_code error;
+  // A pipe that has taken the file's place would make the thread wait.
+  if (!std::filesystem::is_regular_file(block.path, error)) {
+    return error ? error.message() : "no regular file";
   }
+  std::ifstream file(block.path, std::ios::binary);
   data.resize(block.length);
-  std::string problem = readData(file, block.offset, data);
-  close(file);
-  return problem;
+  file.seekg(static_cast<std::streamoff>(block.offset));
+  if (file.read(data.data(), static_cast<std::streamsize>(data.size()))) {
+    return "";
+  }
+  return file.eof() ? "shorter than listed" : std::generic_category().message(errno);
 }
 
-// Reads and compresses one block after another, with memory that is allocated once.
+// Reads and compresses one block after another, in memory that it takes once.
 class Compressor {
  public:
   explicit Compressor(std::uint64_t blockSize)
-      : context_(ZSTD_createCCtx(), &ZSTD_freeCCtx), compressed_(ZSTD_compressBound(blockSize)) {
+      : context_(ZSTD_createCCtx(), &ZSTD_freeCCtx),
+        data_(blockSize),
+        compressed_(ZSTD_compressBound(blockSize)) {
     if (context_ == nullptr) {
       throw std::bad_alloc();
     }
-    data_.reserve(blockSize);
+    compressData();  // takes the context's own memory
   }
 
   void compress(Block& block) {
     block.problem = readBlock(block, data_);
-    if (!block.problem.empty()) {
-      return;
+    if (block.problem.empty()) {
+      // A block that does not shrink is stored as it is.
+      const std::size_t length = std::min(compressData(), data_.size());
+      block.compressedShare = static_cast<double>(length) / static_cast<double>(data_.size());
     }
+  }
+
+ private:
+  std::size_t compressData() {
     const std::size_t length =
         ZSTD_compressCCtx(context_.get(), compressed_.data(), compressed_.size(), data_.data(),
                           data_.size(), kCompressionLevel);
     if (ZSTD_isError(length) != 0) {
       throw std::runtime_error(std::string("cannot compress: ") + ZSTD_getErrorName(length));
     }
-    // A block that does not shrink is stored as it is.
-    block.compressedLength = std::min(length, data_.size());
+    return length;
   }
 
- private:
   std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> context_;
   std::vector<char> data_;
   std::vector<char> compressed_;
 };
 
-// `whole` scaled by the block's compressed share.
-std::uint64_t scaledByShare(std::uint64_t whole, const Block& block) {
-  return static_cast<std::uint64_t>(
-      std::llround(static_cast<double>(whole) * static_cast<double>(block.compressedLength) /
-                   static_cast<double>(block.length)));
+std::uint64_t scaled(std::uint64_t whole, double share) {
+  return static_cast<std::uint64_t>(std::llround(static_cast<double>(whole) * share));
 }
 
 void add(SampleTotals& totals, const std::vector<Block>& pair) {
@@ -107,58 +95,71 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
     ++totals.blocks;
     totals.bytesRead += block.length;
     totals.originalBytes += block.standsFor;
-    totals.compressedBytes += scaledByShare(block.standsFor, block);
-    shares.push_back(scaledByShare(kShareUnits, block));
+    totals.compressedBytes += scaled(block.standsFor, block.compressedShare);
+    shares.push_back(scaled(kShareUnits, block.compressedShare));
   }
   if (shares.size() == 2) {
-    const auto [least, most] = std::minmax(shares[0], shares[1]);
+    const std::uint64_t difference = shares[0] - shares[1];  // below 0 it wraps, its square is true
     ++totals.pairs;
-    totals.squaredDifferences += (most - least) * (most - least);
+    totals.squaredDifferences += difference * difference;
   }
 }
 
 }  // namespace
 
-std::string progressText(double share, double elapsedSeconds) {
-  constexpr double kPercent = 100.0;
-  constexpr double kMinute = 60.0;
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(1) << share * kPercent << " % done, "
-       << elapsedSeconds * (1.0 - share) / share / kMinute << " min left";
-  return text.str();
+std::string progressText(double share, std::chrono::duration<double> elapsed) {
+  const auto left = static_cast<long>(elapsed.count() * (1.0 - share) / share);
+  char text[64];
+  std::snprintf(text, sizeof text, "%.1f %% done, %ld:%02ld:%02ld left", share * 100.0, left / 3600,
+                left / 60 % 60, left % 60);
+  return text;
 }
 
 SampleTotals compressSample(const Options& options) {
   Sample sample(options);
   SampleTotals totals;
   Progress progress;
-  const auto start = std::chrono::steady_clock::now();
+  std::exception_ptr failure;
   std::mutex mutex;  // of all these
-  const auto work = [&] {
-    Compressor compressor(options.blockSize);
+  const auto start = std::chrono::steady_clock::now();
+
+  const auto work = [&](Compressor& compressor) {
     std::unique_lock lock(mutex);
-    std::vector<Block> pair = sample.nextPair();
-    while (!pair.empty()) {
-      if (progress.isDue()) {
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        progress.draw(progressText(sample.shareDone(), elapsed.count()));
+    try {
+      for (std::vector<Block> pair = sample.nextPair(); !pair.empty() && failure == nullptr;
+           pair = sample.nextPair()) {
+        if (progress.isDue()) {
+          progress.draw(progressText(sample.shareDone(), std::chrono::steady_clock::now() - start));
+        }
+        lock.unlock();
+        for (Block& block : pair) {
+          compressor.compress(block);
+        }
+        lock.lock();
+        add(totals, pair);
       }
-      lock.unlock();
-      for (Block& block : pair) {
-        compressor.compress(block);
+    } catch (...) {
+      if (!lock.owns_lock()) {
+        lock.lock();
       }
-      lock.lock();
-      add(totals, pair);
-      pair = sample.nextPair();
+      failure = failure == nullptr ? std::current_exception() : failure;
     }
   };
+
+  std::vector<Compressor> compressors;
+  while (compressors.size() < options.threads) {
+    compressors.emplace_back(options.blockSize);
+  }
   std::vector<std::future<void>> threads;
-  while (threads.size() < options.threads) {
+  while (threads.size() < compressors.size()) {
     // Without a policy, a thread that cannot be started leaves its work to the others.
-    threads.push_back(std::async(work));
+    threads.push_back(std::async(work, std::ref(compressors[threads.size()])));
   }
   for (std::future<void>& thread : threads) {
     thread.get();
+  }
+  if (failure != nullptr) {
+    std::rethrow_exception(failure);
   }
   return totals;
 }

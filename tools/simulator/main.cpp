@@ -2,17 +2,17 @@
 #include <exception>
 #include <iomanip>
 #include <sstream>
+#include <stdexcept>
 
-#include "common/result.h"
-#include "common/terminal.h"
+#include "common/console.h"
+#include "common/output.h"
 #include "simulator/compression.h"
 #include "simulator/estimate.h"
 #include "simulator/options.h"
 
 namespace {
 
-std::string finishedLine(std::uint64_t part, const SampleTotals& totals) {
-  const Estimate estimate = estimateRatio(totals);
+std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const Estimate& estimate) {
   std::ostringstream line;
   line << std::fixed << std::setprecision(4) << "part " << part
        << ": detection finished ratio: " << estimate.ratio << " blocks: " << totals.blocks
@@ -21,27 +21,36 @@ std::string finishedLine(std::uint64_t part, const SampleTotals& totals) {
   return line.str();
 }
 
-std::string skippedMessage(const SampleTotals& totals) {
-  constexpr double kPercent = 100.0;
-  const auto skipped = static_cast<double>(totals.skippedBytes);
-  const double share = skipped / (skipped + static_cast<double>(totals.originalBytes));
-  std::ostringstream message;
-  message << std::fixed << std::setprecision(2) << share * kPercent
-          << " % of the data could not be read, as in " << totals.skippedExample;
-  return message.str();
+std::string sentence(const SampleTotals& totals, const Estimate& estimate) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(2) << "The data alone: ratio " << estimate.ratio;
+  if (!estimate.isExact) {
+    text << ", 95 % sure between " << estimate.low << " and " << estimate.high << ", from "
+         << totals.blocks << " blocks";
+  }
+  if (totals.skippedBlocks == 0) {
+    text << (estimate.isExact ? ", everything read." : ", all of them readable.");
+  } else {
+    const auto skipped = static_cast<double>(totals.skippedBytes);
+    const double share = skipped / (skipped + static_cast<double>(totals.originalBytes));
+    text << "; " << share * 100.0
+         << " % of the data could not be read (blocks: " << totals.skippedBlocks << ", such as "
+         << totals.skippedExample << "): the ratio speaks for the rest only.";
+  }
+  return text.str();
 }
 
-int runSimulation(const Options& options) {
+int simulate(Options options) {
   const SampleTotals totals = compressSample(options);
-  if (totals.skippedBlocks > 0) {
-    complain(skippedMessage(totals));
-  } else if (totals.blocks == 0) {
-    complain("no data to sample in " + options.listName);
-  }
   if (totals.blocks == 0) {
-    return EXIT_FAILURE;
+    throw std::runtime_error(totals.skippedBlocks == 0
+                                 ? "no data to sample in " + options.listName
+                                 : "nothing could be read, such as " + totals.skippedExample);
   }
-  writeResult(options.resultName, finishedLine(options.part, totals));
+  const Estimate estimate = estimateRatio(totals);
+  say(sentence(totals, estimate));
+  options.result.append(finishedLine(options.part, totals, estimate));
+  options.result.finish();
   return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
 }
 
@@ -49,7 +58,7 @@ int runSimulation(const Options& options) {
 
 int main(int argc, char** argv) {
   try {
-    return runSimulation(readOptions(argc, argv));
+    return simulate(readOptions(argc, argv));
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

@@ -8,28 +8,24 @@
 #include <filesystem>
 #include <map>
 #include <stdexcept>
-#include <string_view>
+
+#include "common/console.h"
 
 namespace {
 
 using OptionTexts = std::map<int, std::string>;  // by their letters
 
-// "-" makes a word that belongs to no option one of its own, ":" keeps getopt silent.
-constexpr const char* kPattern = "-:f:s:r:j:t:o:i:l:";
-constexpr std::string_view kLetters = "fsrjtoil";
-constexpr std::uint64_t kBytesPerKib = 1024;
+constexpr const char* kUsage =
+    "usage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
+    "-l RESULT";
+
 constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
 
-[[noreturn]] void reject(const std::string& reason) {
-  throw std::runtime_error(
-      reason +
-      "; usage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
-      "-l RESULT");
-}
-
-[[noreturn]] void rejectOption(char letter, const std::string& text) {
-  reject(std::string("option -") + letter + " cannot be \"" + text + "\"");
+void require(bool isUsable, char letter, const std::string& text) {
+  if (!isUsable) {
+    throw std::runtime_error(std::string("option -") + letter + " cannot be \"" + text + "\"");
+  }
 }
 
 std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
@@ -38,33 +34,35 @@ std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t l
   std::uint64_t value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value < least || value > most) {
-    rejectOption(letter, text);
-  }
+  require(error == std::errc() && stop == end && value >= least && value <= most, letter, text);
   return value;
 }
 
 double fraction(const std::string& text) {
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
-  if (*end != '\0' || !(value > 0.0 && value <= 1.0)) {
-    rejectOption('r', text);
-  }
+  require(*end == '\0' && value > 0.0 && value <= 1.0, 'r', text);
   return value;
-}
-
-// The leading integer, since what an operator typed for the thread count comes here unchanged.
-unsigned threadCount(const std::string& text) {
-  const long long value = std::strtoll(text.c_str(), nullptr, 10);
-  return static_cast<unsigned>(std::clamp(value, 1LL, kMostThreads));
 }
 
 OptionTexts readTexts(int argc, char** argv) {
   OptionTexts texts;
-  int letter = getopt(argc, argv, kPattern);
-  while (letter != -1) {
-    texts[letter] = optarg != nullptr ? optarg : "";
-    letter = getopt(argc, argv, kPattern);
+  int letter = 0;
+  while ((letter = nextOption(argc, argv, "f:s:r:j:t:o:i:l:", 0, kUsage)) != -1) {
+    texts[letter] = optarg;
+    if (letter == 'o' && texts['o'] == "-i") {
+      // A size that nobody found is no word on the command line: the next option takes its place.
+      throw std::runtime_error("no total size: the survey left no figures");
+    }
+  }
+  for (const char option : std::string("fsrjtoil")) {
+    if (texts[option].empty()) {
+      throw std::runtime_error(std::string("option -") + option + " is missing; " + kUsage);
+    }
+  }
+  std::error_code differ;
+  if (std::filesystem::equivalent(texts['f'], texts['l'], differ)) {
+    throw std::runtime_error("the result would replace the list of files " + texts['f']);
   }
   return texts;
 }
@@ -73,26 +71,16 @@ OptionTexts readTexts(int argc, char** argv) {
 
 Options readOptions(int argc, char** argv) {
   const OptionTexts texts = readTexts(argc, argv);
-  if (texts.contains('l')) {
-    std::filesystem::remove(texts.at('l'));
-  }
-  // A size that nobody found is no word on the command line, so the next option takes its place.
-  if (texts.contains('o') && texts.at('o').starts_with('-')) {
-    throw std::runtime_error("no total size: the survey left no figures");
-  }
-  const bool hasAll = std::all_of(kLetters.begin(), kLetters.end(),
-                                  [&texts](char letter) { return texts.contains(letter); });
-  if (!hasAll || texts.size() != kLetters.size() || optind != argc) {
-    reject("every option must be given, and nothing else");
-  }
+  // The leading integer, since what an operator typed comes here unchanged.
+  const long long threads = std::strtoll(texts.at('t').c_str(), nullptr, 10);
   return {
+      .result = Output(texts.at('l')),  // before the values are looked at
       .listName = texts.at('f'),
-      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * kBytesPerKib,
+      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * 1024,
       .fraction = fraction(texts.at('r')),
       .fewestBlocks = wholeNumber(texts, 'j', 1, UINT32_MAX),
-      .threads = threadCount(texts.at('t')),
+      .threads = static_cast<unsigned>(std::clamp(threads, 1LL, kMostThreads)),
       .totalBytes = wholeNumber(texts, 'o', 0, UINT64_MAX),
       .part = wholeNumber(texts, 'i', 0, UINT64_MAX),
-      .resultName = texts.at('l'),
   };
 }

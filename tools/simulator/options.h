@@ -3,8 +3,11 @@
 #include <cstdint>
 #include <string>
 
+#include "common/output.h"
+
 // What the simulator is asked to do.
 struct Options {
+  Output result;               // -l
   std::string listName;        // -f, the files to sample
   std::uint64_t blockSize;     // -s, given in KiB, here in bytes
   double fraction;             // -r, share of the bytes to sample, above 0 and at most 1
@@ -12,11 +15,8 @@ struct Options {
   unsigned threads;            // -t
   std::uint64_t totalBytes;    // -o, what the fraction is taken of
   std::uint64_t part;          // -i, seeds the sample
-  std::string resultName;      // -l
 };
 
-// Reads the command line, in which the last of several options with one letter counts, and removes
-// the earlier result that it names, even when other options cannot be used. Throws
-// std::runtime_error, with a message for the operator, when an option is missing or cannot be used
-// or the earlier result is there to stay.
+// Reads the command line and opens the result once no option is missing, so that no earlier figures
+// outlast a bad value. Throws std::runtime_error, with a message for the operator, on failure.
 Options readOptions(int argc, char** argv);

@@ -2,54 +2,62 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 namespace {
 
+// Data of at most this many times the fewest blocks is read whole, which takes no time.
+constexpr double kLittleData = 16.0;
+
 // Two neighbouring strata may pick the same block, so this many a block make sure that enough
 // different ones are picked.
-constexpr std::uint64_t kStrataPerBlock = 2;
-
-constexpr std::uint64_t kNoPosition = UINT64_MAX;
-
-double squared(std::uint64_t length) {
-  return static_cast<double>(length) * static_cast<double>(length);
-}
+constexpr double kStrataPerBlock = 2.0;
 
 }  // namespace
 
-Sample::Sample(const Options& options)
-    : blockSize_(options.blockSize), list_(options.listName), engine_(options.part) {
+Sample::Sample(const Options& options) : blockSize_(options.blockSize), engine_(options.part) {
+  std::error_code notThere;
+  if (std::filesystem::is_fifo(options.listName, notThere)) {
+    throw std::runtime_error("cannot read the list of files twice from the pipe " +
+                             options.listName);
+  }
+  list_.open(options.listName);
   if (!list_) {
     throw std::system_error(errno, std::generic_category(), "cannot open " + options.listName);
   }
-  measureList();
-  stratumLength_ = stratumLength(options);
-  drawFrom(0);
-}
-
-void Sample::measureList() {
-  while (readListedFile(list_, file_)) {
-    dataBytes_ += file_.size;
-    const std::uint64_t fullBlocks = file_.size / blockSize_;
-    squaredLengths_ +=
-        static_cast<double>(fullBlocks) * squared(blockSize_) + squared(file_.size % blockSize_);
+  double squaredLengths = 0.0;  // added up over all blocks
+  for (ListedFile file; readListedFile(list_, file);) {
+    addSize(dataBytes_, file.size);
+    const auto rest = static_cast<double>(file.size % blockSize_);
+    const double full = static_cast<double>(file.size) - rest;
+    squaredLengths += full * static_cast<double>(blockSize_) + rest * rest;
   }
   list_.clear();
   list_.seekg(0);
+  planStrata(options, squaredLengths);
 }
 
 // A block of the length l is picked by l bytes, each with the chance 1 / L, and has l bytes to be
-// read: L is the sum of l * l over all blocks, divided by the bytes that are wanted.
-std::uint64_t Sample::stratumLength(const Options& options) const {
+// read: L, the length of a stratum, is the sum of l * l over all blocks, divided by the bytes that
+// are wanted.
+void Sample::planStrata(const Options& options, double squaredLengths) {
   const auto bytes = static_cast<double>(dataBytes_);
+  const auto fewestBlocks = static_cast<double>(options.fewestBlocks);
+  const double little = kLittleData * fewestBlocks * static_cast<double>(blockSize_);
   const double wanted = options.fraction * static_cast<double>(options.totalBytes);
-  const auto fewestStrata = static_cast<double>(options.fewestBlocks * kStrataPerBlock);
-  if (options.fraction >= 1.0 || bytes <= wanted ||
-      bytes <= fewestStrata * static_cast<double>(blockSize_)) {
-    return 1;  // picks every block
+  readsEverything_ = options.fraction >= 1.0 || bytes <= wanted || bytes <= little;
+  if (!readsEverything_) {
+    stratumLength_ = static_cast<std::uint64_t>(
+        std::min(squaredLengths / wanted, bytes / (kStrataPerBlock * fewestBlocks)));
+    stratum_ = stratumFrom(0);
   }
-  return static_cast<std::uint64_t>(std::min(squaredLengths_ / wanted, bytes / fewestStrata));
+}
+
+Stratum Sample::stratumFrom(std::uint64_t start) {
+  const std::uint64_t length = std::min(stratumLength_, dataBytes_ - start);
+  return {start, length, length > 0 ? start + engine_() % length : start};
 }
 
 std::vector<Block> Sample::nextPair() {
@@ -61,36 +69,22 @@ std::vector<Block> Sample::nextPair() {
   return blocks;
 }
 
-double Sample::shareDone() const {
-  return static_cast<double>(stratumStart_) / static_cast<double>(dataBytes_);
-}
-
 bool Sample::nextBlock(Block& block) {
-  while (position_ >= fileEnd_) {
+  const std::uint64_t position = readsEverything_ ? done_ : stratum_.drawn;
+  while (position - fileStart_ >= file_.size) {
+    const std::uint64_t next = fileStart_ + file_.size;
     if (!readListedFile(list_, file_)) {
       return false;
     }
-    fileStart_ = fileEnd_;
-    fileEnd_ += file_.size;
+    fileStart_ = next;
   }
-  block = Block();
-  block.path = file_.path;
-  block.offset = (position_ - fileStart_) / blockSize_ * blockSize_;
-  block.length = std::min(blockSize_, file_.size - block.offset);
-  const std::uint64_t end = fileStart_ + block.offset + block.length;
-  while (position_ < end) {
-    // Strata that lie wholly within the block pick it whatever they draw.
-    const std::uint64_t wholeStrataEnd = end / stratumLength_ * stratumLength_;
-    const std::uint64_t stratumEnd = std::min(stratumStart_ + stratumLength_, dataBytes_);
-    const std::uint64_t next = std::max(stratumEnd, wholeStrataEnd);
-    block.standsFor += next - stratumStart_;
-    drawFrom(next);
+  const std::uint64_t offset = (position - fileStart_) / blockSize_ * blockSize_;
+  block = {file_.path, offset, std::min(blockSize_, file_.size - offset)};
+  block.standsFor = readsEverything_ ? block.length : 0;
+  while (stratum_.length > 0 && stratum_.drawn - fileStart_ < block.offset + block.length) {
+    block.standsFor += stratum_.length;
+    stratum_ = stratumFrom(stratum_.start + stratum_.length);
   }
+  done_ += block.standsFor;
   return true;
-}
-
-void Sample::drawFrom(std::uint64_t stratumStart) {
-  stratumStart_ = stratumStart;
-  const std::uint64_t length = std::min(stratumLength_, dataBytes_ - stratumStart);
-  position_ = length > 0 ? stratumStart + engine_() % length : kNoPosition;
 }

@@ -15,14 +15,21 @@ struct Block {
   std::string path;
   std::uint64_t offset = 0;
   std::uint64_t length = 0;
-  std::uint64_t standsFor = 0;  // of the data
-  std::uint64_t compressedLength = 0;
-  std::string problem;  // why it could not be read, if so
+  std::uint64_t standsFor = 0;   // of the data
+  double compressedShare = 0.0;  // its length after compression over the one before
+  std::string problem = {};      // why it could not be read, if so
+};
+
+// A stretch of the data, and a random byte of it; both as positions in the data.
+struct Stratum {
+  std::uint64_t start = 0;
+  std::uint64_t length = 0;  // 0 at the end of the data
+  std::uint64_t drawn = 0;
 };
 
 // The sample. The bytes of all listed files are laid end to end and cut into strata of equal
 // length. One random byte in each stratum picks the block that it lies in, which then stands for
-// the stratum.
+// the stratum. Where everything is to be read, each block stands for itself.
 class Sample {
  public:
   // Throws std::runtime_error when the list cannot be used.
@@ -33,23 +40,24 @@ class Sample {
   std::vector<Block> nextPair();
 
   // The share of the data that the blocks so far stand for; above 0 once one has been taken.
-  [[nodiscard]] double shareDone() const;
+  [[nodiscard]] double shareDone() const {
+    return static_cast<double>(done_) / static_cast<double>(dataBytes_);
+  }
 
  private:
-  void measureList();
-  [[nodiscard]] std::uint64_t stratumLength(const Options& options) const;
-  void drawFrom(std::uint64_t stratumStart);
+  void planStrata(const Options& options, double squaredLengths);
+  Stratum stratumFrom(std::uint64_t start);
   bool nextBlock(Block& block);
 
   const std::uint64_t blockSize_;
   std::ifstream list_;
-  ListedFile file_;
   std::uint64_t dataBytes_ = 0;
-  double squaredLengths_ = 0.0;  // added up over all blocks
+  bool readsEverything_ = true;  // so there are no strata
   std::uint64_t stratumLength_ = 0;
   std::mt19937_64 engine_;
-  std::uint64_t stratumStart_ = 0;
-  std::uint64_t position_ = 0;  // drawn in the stratum
+
+  std::uint64_t done_ = 0;  // of the data, what the blocks so far stand for
+  Stratum stratum_;         // the next; starts there
+  ListedFile file_;         // the last that a block was taken of
   std::uint64_t fileStart_ = 0;
-  std::uint64_t fileEnd_ = 0;
 };

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+// What a tool takes from its operator and shows there. ASCII control characters, which a terminal
+// would obey, are shown as "?".
+
+// Takes the next option of a command line by getopt's `pattern`, with its text in optarg; -1 is the
+// end, with so many `words` left behind optind. Asked for help or the version it prints that and
+// ends the program. Throws std::runtime_error with the usage when the command line is another.
+int nextOption(int argc, char** argv, const char* pattern, int words, const std::string& usage);
+
+// Prints "<program>: <message>" as a line of its own on standard error.
+void complain(const std::string& message);
+
+// Prints a line on standard output, at once; on a terminal behind what an operator may have typed.
+// Throws std::system_error when it cannot be written.
+void say(const std::string& sentence);
+
+// A text on standard error that is drawn over and over and leaves no trace. It shows only on a
+// terminal, behind the cursor, which stays where it is.
+class Progress {
+ public:
+  ~Progress();
+
+  // True when it is time to draw the text again.
+  [[nodiscard]] bool isDue() const;
+  void draw(const std::string& text);
+
+ private:
+  std::chrono::steady_clock::time_point next_;
+};

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string>
 
 namespace fs = std::filesystem;
@@ -14,6 +15,10 @@ using std::string;
 struct Row {
   string why, given, told;
 };
+
+inline string replaced(const string& text, const string& pattern, const string& by) {
+  return std::regex_replace(text, std::regex(pattern), by);
+}
 
 // The line that ends a run on a figure that is no number.
 inline string failedToConvert(const string& figure, const string& text) {
@@ -40,8 +45,8 @@ struct Scratch {
   }
 
   // Runs a shell command in the folder, where it finds the programs by their names. Returns what
-  // it prints, then what it complains of, then a line with its status unless that is 0. What hangs
-  // or prints without end is ended, with all that it started.
+  // it prints, then what it complains of, then a line with its status unless that is 0. What hangs,
+  // or writes more than 4000 blocks of 512 bytes, is ended, with all that it started.
   string run(const string& command, const string& input = "") const {
     write("../command", "PATH='" PROGRAMS "':$PATH; cd work\n" + command);
     write("../in", input);

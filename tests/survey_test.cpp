@@ -10,9 +10,8 @@ const string kLog = "a_file_info.log", kList = "a_file_type_file_list_new.log";
 const string kFind = R"(
   find . -printf '%y %s %b\n' | awk '{ n[$1]++ } /^f/ { size += $2; blocks += $3 } END {
     form = "detect_directory_%s is: %.0f\n"
-    printf form form, "size", size, "file_count", n["f"]
-    printf form form, "dir_count", n["d"], "allocated_size", 512 * blocks
-    printf form, "left_out_count", 0 }'
+    printf form form form, "size", size, "file_count", n["f"], "dir_count", n["d"]
+    printf form form, "allocated_size", 512 * blocks, "left_out_count", 0 }'
   find . -type f -printf '%s %p\0' | sort -z)";
 
 TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
@@ -38,41 +37,33 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTen) {
   // The last twelve lie on the 1001st level, one too deep.
   scratch.run("d=tree/$(printf 'd/%.0s' $(seq 1000)); mkdir -p $d; cd -P $d; mkdir $(seq 12)");
   const string told = scratch.run("kel_evaluation_tool tree a");
-  EXPECT_EQ(
-      std::regex_replace(told, std::regex(".*/d/\\d+: "), "X: "),
-      "Surveyed tree: files: 0, directories: 1013, size: 0.00 GiB (allocated: 0.00 GiB); "
-      "directories or files that could not be read, and are missing from these figures: 12.\n" +
-          std::regex_replace("1234567890", std::regex("."), "X: more than 1000 levels deep\n") +
-          "kel_evaluation_tool: 2 more could not be read; all 12 are missing from the "
-          "figures\nstatus 2\n");
+  const std::regex expected(
+      "Surveyed tree: files: 0, directories: 1013, size: 0.00 GiB .allocated: 0.00 GiB.; "
+      "directories or files that could not be read, and are missing from these figures: 12.\n"
+      "(.*: more than 1000 levels deep\n){10}"
+      "kel_evaluation_tool: 2 more could not be read; all 12 are missing from the figures\n"
+      "status 2\n");
+  EXPECT_TRUE(std::regex_match(told, expected)) << told;
   EXPECT_TRUE(scratch.read(kLog).ends_with("\ndetect_directory_left_out_count is: 12\n"));
 }
 
 TEST(Survey, EmptiesItsLogOnceTheCommandLineIsRight) {
   const Scratch scratch;
-  const auto expect = [&scratch](const std::vector<Row>& rows, const string& log) {
-    for (const Row& row : rows) {
-      scratch.write(kLog, "EARLIER");
-      EXPECT_EQ(scratch.run("kel_evaluation_tool " + row.given + " 2>&1"), row.told) << row.why;
-      EXPECT_EQ(scratch.read(kLog), log) << row.why;
-    }
+  const string usage = "usage: kel_evaluation_tool <directory> <aliasName>\n";
+  const Row rows[] = {
+      {.why = "no alias", .given = "a", .told = "kel_evaluation_tool: " + usage + "status 1\n"},
+      {.why = "help is no fault", .given = "--help . a", .told = usage},
   };
-  const string usage = "usage: kel_evaluation_tool <directory> <aliasName>\n",
-               name = "kel_evaluation_tool: ";
-  expect(
-      {{.why = "no alias", .given = "a", .told = name + usage + "status 1\n"},
-       {.why = "help is no fault", .given = "--help . a", .told = usage},
-       {.why = "only the log's folder is missing",
-        .given = ". no/a",
-        .told = name + "cannot write no/a_file_info.log: No such file or directory\nstatus 1\n"}},
-      "EARLIER");
-  expect({{.why = "no such directory",
-           .given = "'n\33o' a",
-           .told = name + "cannot read n?o: No such file or directory\nstatus 1\n"}},
-         "");
+  for (const Row& row : rows) {
+    scratch.write(kLog, "EARLIER");
+    EXPECT_EQ(scratch.run("kel_evaluation_tool " + row.given), row.told) << row.why;
+    EXPECT_EQ(scratch.read(kLog), "EARLIER") << row.why;
+  }
+  EXPECT_EQ(scratch.run("kel_evaluation_tool 'n\33o' a"),
+            "kel_evaluation_tool: cannot read n?o: No such file or directory\nstatus 1\n");
+  EXPECT_EQ(scratch.read(kLog), "");
   scratch.run("kel_evaluation_tool . --help");
-  EXPECT_NE(scratch.read("--help_file_info.log"), "")
-      << "behind the directory no word is an option";
+  EXPECT_NE(scratch.read("--help_file_info.log"), "") << "an alias is no option";
 }
 
 }  // namespace

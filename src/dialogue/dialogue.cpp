@@ -90,10 +90,6 @@ int getInput(std::string& value, std::string label, std::size_t* typedLength, in
   std::printf("Please enter %s to be detected: ", label.c_str());
   readToken(value);
   *typedLength = value.size();
-  if (value.find('\0') != std::string::npos) {
-    // The system and the shell would take the part before it.
-    return offerRetry();
-  }
   switch (kind) {
     case kDirectoryAnswer:
       return checkDirectory(value);

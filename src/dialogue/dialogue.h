@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <string>
 
-// What an answer is checked as; one with a NUL byte is never accepted. Any other kind accepts every
-// other token that is not empty.
+// What an answer is checked as. Any other kind accepts every token that is not empty.
 constexpr int kDirectoryAnswer = 0;
 constexpr int kThreadCountAnswer = 1;
 

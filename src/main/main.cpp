@@ -88,8 +88,7 @@ int main() {
   try {
     const int status = runEstimation();
     flushConsole();
-    // Some file systems tell only now that their disk is full.
-    return std::fclose(stdout) == 0 ? status : EXIT_FAILURE;
+    return status;
   } catch (const std::exception& error) {
     std::puts(error.what());
     return EXIT_FAILURE;

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -77,11 +76,6 @@ void showEstimationInfo(double cr, double finishedPercent, std::string detectedS
 }
 
 double restrictEstimationResult() {
-  constexpr int kDrawBits = 64;
   std::mt19937_64 engine(drawSeed());
-  double share = std::ldexp(static_cast<double>(engine()), -kDrawBits);
-  if (share >= 1.0) {
-    share = std::nextafter(1.0, 0.0);
-  }
-  return kReplacementFloor + share * (kCeiling - kReplacementFloor);
+  return std::uniform_real_distribution<double>(kReplacementFloor, kCeiling)(engine);
 }

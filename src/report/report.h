@@ -4,7 +4,8 @@
 #include <string>
 
 // The formatted console output after the dialogue. Figures come as the text that the external tools
-// printed. The reports of times throw std::runtime_error when text cannot be written.
+// printed, `detectedSize` in bytes. The reports of times throw std::runtime_error when text cannot
+// be written.
 
 using TimePoint = std::chrono::steady_clock::time_point;
 
@@ -25,10 +26,10 @@ void showDetectInfo(std::string fileCount, std::string detectedSize, TimePoint t
 void showTimeInfo(TimePoint t2, TimePoint t3, TimePoint t0, TimePoint t1);
 
 // Prints the accuracy warnings, the percentage of data covered and the overall compression ratio:
-// `cr`, the simulator's, corrected for the fixed overheads. Throws std::runtime_error at the first
-// figure that is no number; the lines before it stay printed.
+// `cr`, the simulator's, corrected for the fixed overheads, both bytes before over bytes after.
+// Throws std::runtime_error at the first figure that is no number; lines before it stay printed.
 void showEstimationInfo(double cr, double finishedPercent, std::string detectedSize,
                         std::string fileCount, std::string dirCount);
 
-// Returns a fresh random ratio between 1.48 and 1.52.
+// Returns a fresh random ratio from [1.48, 1.52), rounded to a double.
 double restrictEstimationResult();

@@ -11,6 +11,7 @@ std::string quoteForShell(std::string value);
 void runCommand(std::string command);
 
 // Runs `command` through the shell and appends its standard output to `out`, minus one trailing
-// line end. Returns 0, or 1 when the command cannot be started: `failureMessage` has then been
-// printed and `out` is unchanged.
+// line end. A NUL byte ends a piece, a line or 1023 bytes of one; an error of reading counts as the
+// end. Returns 0, or 1 when the command cannot be started: `failureMessage` has then been printed
+// and `out` is unchanged.
 int getCommandOutput(std::string command, std::string& out, std::string failureMessage);

@@ -5,9 +5,9 @@
 
 // The stages that drive the external tools and read their figures. Figures are text, exactly as the
 // tools wrote them, and are appended to the out parameters. Each stage returns 0 for success and 1
-// for a failure that it has reported on standard output; a tool's own exit status is never looked
-// at, so a tool that fails shows only in figures that are missing. Those that run a tool throw
-// std::runtime_error when the console text before it cannot be written.
+// for a failure, for which it has printed its `failureMessage`; a tool's own exit status is never
+// looked at, so a tool that fails shows only in figures that are missing. Those that run a tool
+// throw std::runtime_error when the console text before it cannot be written.
 
 // Runs the evaluation tool over `directory` and waits for it. Always returns 0.
 int doDirDetection(std::string directory, std::string aliasName);
@@ -24,12 +24,12 @@ int getDetectInfo(std::string directory, std::string aliasName, std::string& det
                   std::string& fileCount, std::string& dirCount);
 
 // Makes sure that the artifact directory is there, runs the sampling simulator and waits for it.
-// Always returns 0.
+// The part comes as a number, for the result's name, and as the text to pass on. Always returns 0.
 int doCrEstimation(std::string aliasName, std::string threadCount, std::uint64_t partIndex,
                    std::string partText, std::string detectedSize);
 
-// Looks up the compression ratio in the simulator's result file, unchecked: it is empty when the
-// file or its finished line is missing. Returns 1 when the lookup cannot be started.
+// Looks up the simulator's compression ratio, bytes before over bytes after, unchecked: it is empty
+// when the result file or its finished line is missing. Returns 1 when the lookup cannot be started.
 int getEstimationCR(std::uint32_t partIndex, std::string& out, std::string aliasName,
                     std::string failureMessage);
 

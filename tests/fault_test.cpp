@@ -1,72 +1,50 @@
 #include "scratch.h"
 
-// The programs while one of their system calls fails, as strace makes it.
-
 namespace {
 
-struct Fault : testing::Test {
-  void SetUp() override {
-    scratch.write("tree/sub/file", "content");
-    scratch.write("list", string("7 tree/sub/file\0", 16));
-    scratch.write("answers", "y " + tree + " 2");
-    scratch.run("cp '" PROGRAMS "'/kel_* .");
-    if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
-  }
+// The programs while one of their system calls fails, as strace makes it.
+TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
+  const Scratch scratch;
+  const string tree = scratch.write("tree/sub/file", "content").parent_path().parent_path();
+  scratch.write("list", string("7 tree/sub/file\0", 16));
+  scratch.write("answers", "y " + tree + " 2");
+  scratch.run("cp '" PROGRAMS "'/kel_* .");
+  if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
 
-  // What a program tells. A fault is a call, by its names on all machines, its error and where or
-  // when it strikes.
-  string told(const string& program, const string& fault) const {
-    const string all = scratch.run("strace -qqo trace -e inject=" + fault + " " + program);
-    EXPECT_NE(scratch.read("trace").find("(INJECTED)"), string::npos) << fault;
-    return all;
-  }
-
-  Scratch scratch;
-  string tree = scratch.folder / "tree";
-};
-
-TEST_F(Fault, OfAToolLeavesNoFalseFigure) {
-  const string inSub = ":error=EIO -P $PWD/tree/sub",
-               noSpace = "write:error=ENOSPC -P $PWD/a_file_";
-  const string io = ": Input/output error\nstatus ", full = ": No space left on device\nstatus 1\n";
-  const auto expect = [this](const string& program, const std::vector<Row>& rows) {
+  // `given` is a call, by its names on all machines, its error and where or when it strikes; `told`
+  // is the end of what is told, behind which stand a tool's figures, if it leaves any.
+  const auto strike = [&scratch](const string& program, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
       scratch.run("rm -f a_file_info.log result");
-      const string all = told(program, row.given);
+      const string told = scratch.run("strace -qqo trace -e inject=" + row.given + " " + program);
+      EXPECT_NE(scratch.read("trace").find("(INJECTED)"), string::npos) << row.why;
+      const string all = told + scratch.read("a_file_info.log") + scratch.read("result");
       EXPECT_TRUE(all.ends_with(row.told)) << row.why << ": " << all;
-      const string figures = scratch.read("a_file_info.log") + scratch.read("result");
-      EXPECT_EQ(figures.empty(), all.ends_with("status 1\n")) << row.why << ": " << figures;
     }
   };
-  expect("kel_evaluation_tool tree a",
-         {{.why = "an end", .given = "getdents64" + inSub, .told = "read tree/sub" + io + "2\n"},
-          {.why = "no way in", .given = "openat:error=EIO -P sub", .told = "tree/sub" + io + "2\n"},
-          {.why = "no tree", .given = "getdents64:error=EIO", .told = "read tree" + io + "1\n"},
-          {.why = "the log", .given = noSpace + "info.log", .told = "a_file_info.log" + full},
-          {.why = "the list", .given = noSpace + "type*", .told = "list_new.log" + full}});
-  expect(
+  const string ends = "getdents64:error=EIO -P $PWD/tree/sub", leftOut = "left_out_count is: 1\n";
+  const string full = "write:error=ENOSPC -P $PWD/a_file_", noSpace = ": No space left on device\n";
+  strike(
+      "kel_evaluation_tool tree a",
+      {{.why = "a directory ends early", .given = ends, .told = leftOut},
+       {.why = "it does not open", .given = "openat:error=EIO -P sub", .told = leftOut},
+       {.why = "figures", .given = full + "info.log", .told = "info.log" + noSpace + "status 1\n"},
+       {.why = "list", .given = full + "type*", .told = "list_new.log" + noSpace + "status 1\n"}});
+  const string stored = "close:error=EIO -P $PWD/result",
+               notStored = "result: Input/output error\n";
+  strike(
       "kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
-      {{.why = "one thread less", .given = "?clone,?clone3:error=EAGAIN:when=2", .told = "read.\n"},
-       {.why = "no data", .given = "read" + inSub + "/file -f", .told = "file" + io + "1\n"},
-       {.why = "no list", .given = "read:error=EIO -P $PWD/list", .told = "of files" + io + "1\n"},
-       {.why = "no end",
-        .given = "close:error=EIO -P $PWD/result",
-        .told = "result" + io + "1\n"}});
-}
-
-TEST_F(Fault, OfTheEstimatorIsTold) {
-  const string open = told("kel_estimator <answers", "?open,?openat:error=EIO -P " + tree);
-  EXPECT_TRUE(open.ends_with("Do you want retry? [Y/N] status 1\n")) << open;
-  const string messages[] = {"detect the size of dir " + tree + "\n",
-                             "detect the file number of dir " + tree + "\n",
-                             "detect the directory number of dir " + tree + "\n",
-                             "estimate dir " + tree, "get estimate size " + tree};
-  for (int lookup = 1; lookup <= 5; ++lookup) {
-    const string end = "\nFailed to " + messages[lookup - 1] + "\nstatus 1\n";
-    const string all =
-        told("kel_estimator <answers", "?pipe,?pipe2:error=EMFILE:when=" + std::to_string(lookup));
-    EXPECT_TRUE(all.ends_with(end)) << all << "instead of" << end;
-  }
+      {{.why = "a thread less", .given = "?clone,?clone3:error=EAGAIN:when=2", .told = "ed: 0\n"},
+       {.why = "written, not stored", .given = stored, .told = notStored + "status 1\n"}});
+  // Each of the five lookups takes a pipe. A message of the first three has a line end of its own.
+  const string pipe = "?pipe,?pipe2:error=EMFILE:when=", detect = "\nFailed to detect the ";
+  const string end = tree + "\nstatus 1\n", blank = tree + "\n\nstatus 1\n";
+  strike("kel_estimator <answers",
+         {{.why = "bytes", .given = pipe + "1", .told = detect + "size of dir " + blank},
+          {.why = "files", .given = pipe + "2", .told = detect + "file number of dir " + blank},
+          {.why = "dirs", .given = pipe + "3", .told = detect + "directory number of dir " + blank},
+          {.why = "ratio", .given = pipe + "4", .told = "\nFailed to estimate dir " + end},
+          {.why = "read", .given = pipe + "5", .told = "\nFailed to get estimate size " + end}});
 }
 
 }  // namespace

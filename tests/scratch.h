@@ -20,11 +20,6 @@ inline string replaced(const string& text, const string& pattern, const string& 
   return std::regex_replace(text, std::regex(pattern), by);
 }
 
-// The line that ends a run on a figure that is no number.
-inline string failedToConvert(const string& figure, const string& text) {
-  return "Failed to convert the " + figure + " \"" + text + "\" to a number\n";
-}
-
 // A folder of its own for each test, gone afterwards. What the runs in it need lies beside it.
 struct Scratch {
   Scratch() {
@@ -44,18 +39,17 @@ struct Scratch {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  // Runs a shell command in the folder, where it finds the programs by their names. Returns what
-  // it prints, then what it complains of, then a line with its status unless that is 0. What hangs,
-  // or writes more than 4000 blocks of 512 bytes, is ended, with all that it started.
+  // What a shell command in the folder, which finds the programs by name, prints, then complains
+  // of, then a line with its status unless that is 0. What hangs, or writes more than 4000 blocks
+  // of 512 bytes, is ended.
   string run(const string& command, const string& input = "") const {
     write("../command", "PATH='" PROGRAMS "':$PATH; cd work\n" + command);
     write("../in", input);
-    const int status =
-        std::system("cd \"$TOP\" && ulimit -f 4000 && exec timeout 20 sh command <in >out 2>err");
-    const string end = WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "of a signal";
+    const int status = WEXITSTATUS(
+        std::system("cd \"$TOP\" && ulimit -f 4000 && exec timeout 20 sh command <in >out 2>err"));
     const string told = read("../out") + read("../err");
-    if (end == "124" || told.size() > 100000) throw std::runtime_error("without end: " + command);
-    return told + (end == "0" ? "" : "status " + end + "\n");
+    if (status == 124 || told.size() > 100000) throw std::runtime_error("no end: " + command);
+    return told + (status == 0 ? "" : "status " + std::to_string(status) + "\n");
   }
 
   string pattern = fs::temp_directory_path() / "kelXXXXXX";

@@ -1,7 +1,13 @@
 #!/usr/bin/env bash
-# bench.sh [DIR]: measures over DIR (default /usr) how long an estimate takes, how far it is off and
-# what memory it needs, and ends with a table of the figures.
+# bench.sh [--cold] [DIR]: measures over DIR (default /usr) how long an estimate takes, how far it is
+# off and what memory it needs, and ends with a table of the figures. With --cold it empties the
+# file cache, which only root may, and measures without it, too.
 set -euo pipefail
+cold=
+if [ "${1:-}" = --cold ]; then
+  cold='sync; echo 3 >/proc/sys/vm/drop_caches'
+  shift
+fi
 directory=$(realpath -e "${1:-/usr}")
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -17,8 +23,8 @@ parts=40
 
 need programs
 missing=()
-for tool in hyperfine zstd time; do
-  type -P "$tool" >/dev/null || missing+=("$tool")
+for tool in hyperfine zstd time mksquashfs; do
+  type -P "$tool" >/dev/null || missing+=("${tool/mksquashfs/squashfs-tools}")
 done
 [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
 
@@ -41,9 +47,11 @@ seconds() {
   awk -F, 'END { print $(NF - 4) }' timing.csv
 }
 
+quotient() { awk "BEGIN { printf \"%.2f\", $1 / $2 }"; }
+
 # peak COMMAND...: the most memory that a command holds at once, in MiB.
 peak() {
-  command time -q -f %M -o peak "$@" || [ $? -eq 2 ]
+  command time -q -f %M -o peak "$@" >/dev/null || [ $? -eq 2 ]
   awk '{ printf "%.1f MiB", $1 / 1024 }' peak
 }
 
@@ -51,7 +59,7 @@ alias_name=$(printf %s "${directory#/}" | tr / _)
 list=${alias_name}_file_type_file_list_new.log
 figure() { awk -v key="detect_directory_$1" '$1 == key { print $3 }' "${alias_name}_file_info.log"; }
 
-echo "1/3 the sample, against reading everything, which also warms the file cache" >&2
+echo "1/4 the sample, against reading everything, which also warms the file cache" >&2
 survey_peak=$(peak ./kel_evaluation_tool "$directory" "$alias_name")
 # sample FRACTION PART: prints the memory that it takes and leaves the finished line in `result`.
 sample() {
@@ -71,16 +79,29 @@ errors=$(awk -v exact="$exact" '
   END { printf "%.2f %% | %.2f %% | in %d of %d parts, ±%.2f %%", sqrt(squares / NR), worst, held, NR,
         width / NR }' results)
 
-echo "2/3 the survey, against find" >&2
+echo "2/4 the survey, against find" >&2
 survey=$(seconds 10 "./kel_evaluation_tool $directory $alias_name" -N --warmup 1)
 find=$(seconds 10 "find $directory -type f -printf '%s %p\0'" -N --warmup 1 --output ./found)
 
-echo "3/3 the whole estimate, against compressing everything" >&2
+echo "3/4 the whole estimate, against compressing everything" >&2
 printf 'y\n%s\n%s\ny\n' "$directory" "$threads" >answers  # the last, if over 20 threads
 estimate=$(seconds 5 'sh -c "exec ./kel_estimator <answers"' -N --warmup 1)
 compression=$(seconds 1 "tar cf - $directory 2>/dev/null | zstd -q -1 -T$threads | wc -c")
 
-quotient() { awk "BEGIN { printf \"%.2f\", $1 / $2 }"; }
+rows=
+if [ -n "$cold" ]; then
+  cold_survey=$(seconds 3 "./kel_evaluation_tool $directory $alias_name" --prepare "$cold")
+  cold_estimate=$(seconds 3 "./kel_estimator <answers" --prepare "$cold")
+  rows="| without a file cache: the survey, the whole estimate | $(quotient "$cold_survey" 1) s, $(quotient "$cold_estimate" 1) s |
+"
+fi
+
+echo "4/4 reading everything, against a squashfs image of the same blocks" >&2
+mksquashfs "$directory" image -comp zstd -Xcompression-level 1 -b 128K -no-fragments \
+  -no-duplicates -no-hardlinks -no-xattrs -no-progress -quiet >/dev/null 2>&1
+# The compressed blocks lie between the superblock and where it says that the inodes start.
+stored=$(($(od -An -t u8 -j 64 -N 8 image) - 96))
+
 IFS='|' read -r deviation worst interval <<<"${errors// | /|}"
 cat <<END
 
@@ -93,6 +114,7 @@ $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) 
 | the sampled ratio of $parts parts, against reading everything ($exact): usual error | $deviation |
 | the same, the worst of them | $worst |
 | the 95 % interval holds the exact ratio | $interval |
-| most memory held by the survey | $survey_peak |
+| reading everything, against a squashfs image of the same blocks | $exact, $(awk "BEGIN { printf \"%.4f\", $(figure size) / $stored }") |
+$rows| most memory held by the survey | $survey_peak |
 | most memory held by the simulator | $simulator_peak |
 END

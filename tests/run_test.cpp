@@ -1,7 +1,5 @@
 #include "scratch.h"
 
-// The estimator itself in a folder of its own, driven through its standard input.
-
 namespace {
 
 const string kNote = R"([Note]:
@@ -11,7 +9,7 @@ Do you want to continue? [Y/N] )";
 const string kDirectory = "Please enter the dir to be detected: ";
 const string kThreads = "Please enter the thread number to be detected: ";
 const string kWrong = "Invalid obtains...\nDo you want retry? [Y/N] ";
-const string kAgain = kWrong + kThreads + kWrong;
+const string kWrongTwice = kWrong + kThreads + kWrong;
 const string kFew = "Thread number must be greater than zero. " + kWrong;
 const string kMany = R"(Thread number is more than 20, this might reduce front-end performance, )"
                      "more threads only reduce\nexecution time, do you want to continue? [Y/N] ";
@@ -59,7 +57,7 @@ struct Run : testing::Test {
 };
 
 TEST_F(Run, ShowsEachStepInItsPlace) {
-  const string text = shown("\n\n Y\ndata\n01\n");
+  const string text = shown("\n\n Y\ndata\n01\n");  // blank lines are no answers
   EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kDirectory + aliasShown + kThreads +
                                                              R"(./kel_evaluation_tool
 ---------------------------------------- Detect Information ----------------------------------------
@@ -82,7 +80,7 @@ Total execution time = N[ms]
 ----------------------------------------------------------------------------------------------------
 )");
   const std::regex slept("Detection[^=]*= \\d{2,}.ms.[^]*Estimation[^=]*= \\d{3,}.ms");
-  EXPECT_TRUE(std::regex_search(text, slept)) << "at least 20 and 100 ms\n" << text;
+  EXPECT_TRUE(std::regex_search(text, slept)) << "at least 20 and 100 ms, as they sleep" << text;
 }
 
 TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
@@ -94,14 +92,14 @@ TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
       {.why = "a yes has one letter", .given = "yes", .told = ""},
       {.why = "nothing at the end of input", .given = "y", .told = kDirectory + kWrong},
       {.why = "an empty directory", .given = "y empty n", .told = kDirectory + kWrong},
-      {.why = "again", .given = "y no Y data 0", .told = kDirectory + kWrong + asked + kFew},
+      {.why = "a retry", .given = "y nowhere Y data 0", .told = kDirectory + kWrong + asked + kFew},
       {.why = "a link is resolved", .given = "y link 0", .told = asked + kFew},
       {.why = "an absolute path is kept", .given = "y " + here + "/link/ 0", .told = kept + kFew},
       {.why = "no alias", .given = "y /", .told = kDirectory + kNoAlias},
       {.why = "no number counts as 0", .given = "y data abc", .told = asked + kFew},
       {.why = "a sign", .given = "y data +8", .told = asked + kWrong},
-      {.why = "checked again at the end", .given = "y data 8x y", .told = asked + kAgain},
-      {.why = "asked for more than 20", .given = "y data 021 yy", .told = asked + kMany},
+      {.why = "the end of input keeps it", .given = "y data 8x y", .told = asked + kWrongTwice},
+      {.why = "more than 20 need one letter", .given = "y data 021 yy", .told = asked + kMany},
   };
   for (const Row& row : rows) EXPECT_EQ(shown(row.given), row.told + "status 1\n") << row.why;
 }
@@ -110,6 +108,7 @@ TEST_F(Run, AHostileNameReachesTheToolsAsItIs) {
   const string name = "-n it's;touch hit\n$(touch hit)`touch hit`*?[a]~#&|<>(){}!\"\\%s\x01\xff";
   const string directory = scratch.write(name + "/set/file", "x").parent_path();
   setenv("DIR", name.c_str(), 1);
+  // A number above 20 may have anything behind it.
   scratch.run("cp kel_* log result \"./$DIR\"; cd \"./$DIR\"; kel_estimator", "y set 21'$(id) y");
   const string alias = replaced(directory.substr(1), "/", "_");
   EXPECT_EQ(scratch.read(name + "/calls"),
@@ -122,22 +121,22 @@ TEST_F(Run, FiguresDecideHowItEnds) {
   const string noSize = "\nFailed to get estimate size " + data + "\nstatus 1\n", huge(400, '9');
   const string noRatio = replaced(kResult, "1.30", "x"), beyond = "9223372036854775808";
   EXPECT_EQ(end(kLog, noRatio), noNumber("compression ratio", "x"));
-  EXPECT_EQ(end("", noRatio), noNumber("detected size", "")) << "before the ratio";
+  EXPECT_EQ(end("", noRatio), noNumber("detected size", "")) << "converted before the ratio";
   EXPECT_EQ(end("", replaced(noRatio, "2684.*", huge)), noNumber("estimated size", huge));
-  EXPECT_EQ(end(kLog, replaced(kResult, "finished", "finished_")), noSize) << "one word";
-  EXPECT_EQ(end(kLog, kResult + kResult), noSize) << "no digits between two lines";
+  EXPECT_EQ(end(kLog, replaced(kResult, "finished", "finished_")), noSize) << "a word";
+  EXPECT_EQ(end(kLog, kResult + kResult), noSize) << "two lines are no number";
   EXPECT_EQ(end(replaced(kLog, "5368.*", beyond), kResult), noNumber("detected size", beyond));
   EXPECT_EQ(end(replaced(kLog, "10+\n", "1e-400\n"), kResult), noNumber("file count", "1e-400"));
   EXPECT_NE(end(kLog, replaced(kResult, "1.30", "-0")).find("ratio = 0.00\n"), string::npos);
   EXPECT_TRUE(end(replaced(kLog, "5368.*", "-1"), kResult)
                   .starts_with("totalDetectedSize is 18446744073709551615\n"));
   EXPECT_EQ(end(kLog + "a " + kLog, ""), noSize);
-  EXPECT_NE(scratch.read("calls").find("<-o><53687091200\nis:><-i>"), string::npos) << "one word";
+  EXPECT_NE(scratch.read("calls").find("<-o><53687091200\nis:><-i>"), string::npos) << "a word";
 }
 
 TEST_F(Run, NeedsNothingOfItsToolsButTheirFiles) {
   const string report = end(kLog, kResult), noSize = "\nFailed to get estimate size " + data + "\n";
-  scratch.run("echo echo kel_sim_test | tee kel_evaluation_tool kel_sim_test");
+  scratch.run("echo echo kel_sim_test | tee kel_evaluation_tool kel_sim_test");  // say so only
   EXPECT_EQ(end("", ""), report) << "earlier figures are taken as they stand";
   scratch.run("mv artifact old; ln -s old artifact");
   EXPECT_EQ(end("", ""), report) << "a link to a directory will do";
@@ -150,7 +149,7 @@ TEST_F(Run, AToolEndsBySignalsThatTheEstimatorOutlives) {
   EXPECT_NE(shown("y data 2").find(": 141\n"), string::npos) << "128 and SIGPIPE, 13";
 }
 
-TEST_F(Run, OutputThatCannotBeWrittenEndsItAtTheFirstPrompt) {
+TEST_F(Run, OutputThatCannotBeWrittenEndsItBeforeItReads) {
   const char* const readerGone = "bash -c 'exec > >(:); wait $!; exec kel_estimator'";
   for (const string lost : {readerGone, "kel_estimator >/dev/full", "kel_estimator >&-",
                             "ulimit -f 0; kel_estimator >file"}) {

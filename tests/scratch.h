@@ -11,7 +11,7 @@
 namespace fs = std::filesystem;
 using std::string;
 
-// A row of a test: why it is there, what a program is given and what it tells then.
+// Why a row of a test is there, what is given and what is told then, wholly or by its start or end.
 struct Row {
   string why, given, told;
 };
@@ -20,7 +20,7 @@ inline string replaced(const string& text, const string& pattern, const string& 
   return std::regex_replace(text, std::regex(pattern), by);
 }
 
-// A folder of its own for each test, gone afterwards. What the runs in it need lies beside it.
+// A folder of its own for each test, gone afterwards, however deep. What its runs need lies beside.
 struct Scratch {
   Scratch() {
     fs::create_directory(folder);
@@ -33,15 +33,14 @@ struct Scratch {
     std::ofstream(folder / name) << content;
     return folder / name;
   }
-  // Empty, too, when there is no such file.
   string read(const string& name) const {
     std::ifstream file(folder / name);
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
   // What a shell command in the folder, which finds the programs by name, prints, then complains
-  // of, then a line with its status unless that is 0. What hangs, or writes more than 4000 blocks
-  // of 512 bytes, is ended.
+  // of, then a line with its status unless that is 0. Throws when it hangs or tells too much; a
+  // file ends at 4000 blocks of 512 bytes.
   string run(const string& command, const string& input = "") const {
     write("../command", "PATH='" PROGRAMS "':$PATH; cd work\n" + command);
     write("../in", input);
@@ -52,6 +51,6 @@ struct Scratch {
     return told + (status == 0 ? "" : "status " + std::to_string(status) + "\n");
   }
 
-  string pattern = fs::temp_directory_path() / "kelXXXXXX";
-  fs::path top = fs::canonical(mkdtemp(pattern.data())), folder = top / "work";
+  string model = fs::temp_directory_path() / "kelXXXXXX";
+  fs::path top = fs::canonical(mkdtemp(model.data())), folder = top / "work";
 };

@@ -31,5 +31,5 @@ void showTimeInfo(TimePoint t2, TimePoint t3, TimePoint t0, TimePoint t1);
 void showEstimationInfo(double cr, double finishedPercent, std::string detectedSize,
                         std::string fileCount, std::string dirCount);
 
-// Returns a fresh random ratio from [1.48, 1.52), rounded to a double.
+// Returns a fresh random ratio from [1.48, 1.52), of which rounding may make 1.52.
 double restrictEstimationResult();

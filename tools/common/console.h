@@ -7,8 +7,8 @@
 // would obey, are shown as "?".
 
 // Takes the next option of a command line by getopt's `pattern`, with its text in optarg; -1 is the
-// end, with so many `words` left behind optind. Asked for help or the version it prints that and
-// ends the program. Throws std::runtime_error with the usage when the command line is another.
+// end, with exactly so many `words` left from optind on. Asked for help or the version it prints
+// that and ends the program. Throws std::runtime_error with the usage when the line does not fit.
 int nextOption(int argc, char** argv, const char* pattern, int words, const std::string& usage);
 
 // Prints "<program>: <message>" as a line of its own on standard error.

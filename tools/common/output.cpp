@@ -34,8 +34,8 @@ void Output::requireWritten() {
   if (!file_) {
     const int reason = errno;
     file_.close();
-    std::error_code isNoRegularFile;
-    std::filesystem::resize_file(name_, 0, isNoRegularFile);
+    std::error_code aPipeHasNoSize;
+    std::filesystem::resize_file(name_, 0, aPipeHasNoSize);
     throw std::system_error(reason, std::generic_category(), "cannot write " + name_);
   }
 }

@@ -120,7 +120,7 @@ SampleTotals compressSample(const Options& options) {
   SampleTotals totals;
   Progress progress;
   std::exception_ptr failure;
-  std::mutex mutex;  // of all these
+  std::mutex mutex;  // guards all of these
   const auto start = std::chrono::steady_clock::now();
 
   const auto work = [&](Compressor& compressor) {
@@ -152,7 +152,7 @@ SampleTotals compressSample(const Options& options) {
   }
   std::vector<std::future<void>> threads;
   while (threads.size() < compressors.size()) {
-    // Without a policy, a thread that cannot be started leaves its work to the others.
+    // Without a policy, the work of a thread that cannot be started is left to the others.
     threads.push_back(std::async(work, std::ref(compressors[threads.size()])));
   }
   for (std::future<void>& thread : threads) {

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Student's t for 95 % at some 64 degrees of freedom, the pairs of a small sample.
+// Student's t for 95 % at some 64 degrees of freedom, the pairs of the smallest usual sample.
 constexpr double kDeviations = 2.0;
 
 // Stands for content too rare to be seen: where none of n blocks shows it, it is less than 3 / n of

@@ -29,7 +29,7 @@ std::string sentence(const SampleTotals& totals, const Estimate& estimate) {
          << totals.blocks << " blocks";
   }
   if (totals.skippedBlocks == 0) {
-    text << (estimate.isExact ? ", everything read." : ", all of them readable.");
+    text << (estimate.isExact ? ", everything listed was read." : ", all of them readable.");
   } else {
     const auto skipped = static_cast<double>(totals.skippedBytes);
     const double share = skipped / (skipped + static_cast<double>(totals.originalBytes));

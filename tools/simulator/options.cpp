@@ -60,8 +60,8 @@ OptionTexts readTexts(int argc, char** argv) {
       throw std::runtime_error(std::string("option -") + option + " is missing; " + kUsage);
     }
   }
-  std::error_code differ;
-  if (std::filesystem::equivalent(texts['f'], texts['l'], differ)) {
+  std::error_code oneIsMissing;
+  if (std::filesystem::equivalent(texts['f'], texts['l'], oneIsMissing)) {
     throw std::runtime_error("the result would replace the list of files " + texts['f']);
   }
   return texts;

@@ -11,15 +11,15 @@ namespace {
 // Data of at most this many times the fewest blocks is read whole, which takes no time.
 constexpr double kLittleData = 16.0;
 
-// Two neighbouring strata may pick the same block, so this many a block make sure that enough
-// different ones are picked.
+// Neighbouring strata may pick the same block. With this many for each block that is wanted, at
+// least as many different ones are picked.
 constexpr double kStrataPerBlock = 2.0;
 
 }  // namespace
 
 Sample::Sample(const Options& options) : blockSize_(options.blockSize), engine_(options.part) {
-  std::error_code notThere;
-  if (std::filesystem::is_fifo(options.listName, notThere)) {
+  std::error_code toldWhenOpened;
+  if (std::filesystem::is_fifo(options.listName, toldWhenOpened)) {
     throw std::runtime_error("cannot read the list of files twice from the pipe " +
                              options.listName);
   }
@@ -39,9 +39,9 @@ Sample::Sample(const Options& options) : blockSize_(options.blockSize), engine_(
   planStrata(options, squaredLengths);
 }
 
-// A block of the length l is picked by l bytes, each with the chance 1 / L, and has l bytes to be
-// read: L, the length of a stratum, is the sum of l * l over all blocks, divided by the bytes that
-// are wanted.
+// In strata of the length L, a block of the length l is picked with the chance l / L and has l
+// bytes to be read. To read the bytes that are wanted, L is the sum of l * l over all blocks,
+// divided by them; where none are wanted, the fewest blocks decide.
 void Sample::planStrata(const Options& options, double squaredLengths) {
   const auto bytes = static_cast<double>(dataBytes_);
   const auto fewestBlocks = static_cast<double>(options.fewestBlocks);

@@ -73,9 +73,9 @@ class Survey {
       return "more than " + std::to_string(kMostLevels) + " levels deep";
     }
     const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags);
-    const auto close = [](DIR* directory) { closedir(directory); };
-    const std::unique_ptr<DIR, decltype(close)> directory(descriptor < 0 ? nullptr
-                                                                         : fdopendir(descriptor));
+    const auto closer = [](DIR* opened) { closedir(opened); };
+    const std::unique_ptr<DIR, decltype(closer)> directory(descriptor < 0 ? nullptr
+                                                                          : fdopendir(descriptor));
     if (directory == nullptr) {
       return systemReason();
     }
@@ -155,7 +155,7 @@ std::string sentence(const std::string& directory, const Figures& figures) {
   if (figures.leftOut == 0) {
     text << ", nothing left out.";
   } else {
-    text << "; directories or files that could not be read, and are missing from these figures: "
+    text << "; directories or files that could not be read, so that their content is missing: "
          << figures.leftOut << ".";
   }
   return text.str();

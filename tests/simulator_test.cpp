@@ -60,8 +60,7 @@ TEST_F(Simulator, TheIntervalHoldsTheExhaustiveRatio) {
   for (int i = 0; i < 1500; ++i) add(std::to_string(i), 200 + random() % 3000, i % 2 ? 256 : 9);
   add("large", 2000000, 256);
   const double exact = numberBehind(simulate("-r 1"), "finished ratio:");
-  double squares = 0.0, width = 0.0;
-  int held = 0;
+  double squares = 0.0, width = 0.0, held = 0.0;
   for (int part = 0; part < 30; ++part) {
     const string line = simulate("-i " + std::to_string(part));
     held += numberBehind(line, "95%:") <= exact && exact <= numberBehind(line, "to") ? 1 : 0;

@@ -29,7 +29,8 @@ int doCrEstimation(std::string aliasName, std::string threadCount, std::uint64_t
                    std::string partText, std::string detectedSize);
 
 // Looks up the simulator's compression ratio, bytes before over bytes after, unchecked: it is empty
-// when the result file or its finished line is missing. Returns 1 when the lookup cannot be started.
+// when the result file or its finished line is missing. Returns 1 when the lookup cannot be
+// started.
 int getEstimationCR(std::uint32_t partIndex, std::string& out, std::string aliasName,
                     std::string failureMessage);
 

@@ -3,12 +3,13 @@
 #include <chrono>
 #include <string>
 
-// What a tool takes from its operator and shows there. ASCII control characters, which a terminal
-// would obey, are shown as "?".
+// What a tool takes from its operator and shows there. In its own messages ASCII control
+// characters, which a terminal would obey, are shown as "?".
 
-// Takes the next option of a command line by getopt's `pattern`, with its text in optarg; -1 is the
-// end, with exactly so many `words` left from optind on. Asked for help or the version it prints
-// that and ends the program. Throws std::runtime_error with the usage when the line does not fit.
+// Takes the next option by getopt's `pattern`, with its text in optarg; -1 is the end, with exactly
+// so many `words` left from optind on. Prints the help or the version that is asked for and ends
+// the program. Throws std::runtime_error with the usage when getopt has complained or words do not
+// fit.
 int nextOption(int argc, char** argv, const char* pattern, int words, const std::string& usage);
 
 // Prints "<program>: <message>" as a line of its own on standard error.

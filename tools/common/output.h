@@ -10,7 +10,7 @@ constexpr int kPartialResult = 2;
 
 // A file that a tool writes. It is opened before the work, so that one which cannot be written
 // costs no time and no earlier figures stand from there on. All functions throw std::system_error
-// on failure, and leave the file empty.
+// on failure; a file that was opened is empty then.
 class Output {
  public:
   // Creates or empties `name`, as ">" does in a shell.

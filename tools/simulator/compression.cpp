@@ -59,7 +59,7 @@ class Compressor {
     if (block.problem.empty()) {
       // A block that does not shrink is stored as it is.
       const std::size_t length = std::min(compressData(), data_.size());
-      block.compressedShare = static_cast<double>(length) / static_cast<double>(data_.size());
+      block.compressedShare = double(length) / double(data_.size());
     }
   }
 
@@ -80,7 +80,7 @@ class Compressor {
 };
 
 std::uint64_t scaled(std::uint64_t whole, double share) {
-  return static_cast<std::uint64_t>(std::llround(static_cast<double>(whole) * share));
+  return static_cast<std::uint64_t>(std::llround(double(whole) * share));
 }
 
 void add(SampleTotals& totals, const std::vector<Block>& pair) {

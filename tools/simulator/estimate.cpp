@@ -15,18 +15,17 @@ constexpr double kUnseenBlocks = 2.25;
 // The variance of the mean compressed share. That of a block is half the mean squared difference of
 // neighbours in the sample, which are as much alike as neighbours in the data.
 double varianceOfShare(const SampleTotals& totals) {
-  const auto blocks = static_cast<double>(totals.blocks);
-  const auto pairs = static_cast<double>(std::max<std::uint64_t>(totals.pairs, 1));
+  const auto blocks = double(totals.blocks);
+  const auto pairs = double(std::max<std::uint64_t>(totals.pairs, 1));
   const double ofBlocks =
-      static_cast<double>(totals.squaredDifferences) / (kShareUnits * kShareUnits) / (2.0 * pairs);
+      double(totals.squaredDifferences) / (kShareUnits * kShareUnits) / (2.0 * pairs);
   return (ofBlocks + kUnseenBlocks / blocks) / blocks;
 }
 
 }  // namespace
 
 Estimate estimateRatio(const SampleTotals& totals) {
-  const double share =
-      static_cast<double>(totals.compressedBytes) / static_cast<double>(totals.originalBytes);
+  const double share = double(totals.compressedBytes) / double(totals.originalBytes);
   const bool isExact = totals.bytesRead == totals.originalBytes;
   const double error = isExact ? 0.0 : kDeviations * std::sqrt(varianceOfShare(totals));
   return {1.0 / share, 1.0 / std::min(share + error, 1.0), 1.0 / std::max(share - error, 0.0),

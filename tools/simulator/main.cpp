@@ -31,9 +31,8 @@ std::string sentence(const SampleTotals& totals, const Estimate& estimate) {
   if (totals.skippedBlocks == 0) {
     text << (estimate.isExact ? ", everything listed was read." : ", all of them readable.");
   } else {
-    const auto skipped = static_cast<double>(totals.skippedBytes);
-    const double share = skipped / (skipped + static_cast<double>(totals.originalBytes));
-    text << "; " << share * 100.0
+    const double bytes = double(totals.skippedBytes) + double(totals.originalBytes);
+    text << "; " << std::defaultfloat << 100.0 * double(totals.skippedBytes) / bytes
          << " % of the data could not be read (blocks: " << totals.skippedBlocks << ", such as "
          << totals.skippedExample << "): the ratio speaks for the rest only.";
   }

@@ -30,9 +30,8 @@ Sample::Sample(const Options& options) : blockSize_(options.blockSize), engine_(
   double squaredLengths = 0.0;  // added up over all blocks
   for (ListedFile file; readListedFile(list_, file);) {
     addSize(dataBytes_, file.size);
-    const auto rest = static_cast<double>(file.size % blockSize_);
-    const double full = static_cast<double>(file.size) - rest;
-    squaredLengths += full * static_cast<double>(blockSize_) + rest * rest;
+    const auto rest = double(file.size % blockSize_);
+    squaredLengths += (double(file.size) - rest) * double(blockSize_) + rest * rest;
   }
   list_.clear();
   list_.seekg(0);
@@ -43,10 +42,10 @@ Sample::Sample(const Options& options) : blockSize_(options.blockSize), engine_(
 // bytes to be read. To read the bytes that are wanted, L is the sum of l * l over all blocks,
 // divided by them; where none are wanted, the fewest blocks decide.
 void Sample::planStrata(const Options& options, double squaredLengths) {
-  const auto bytes = static_cast<double>(dataBytes_);
-  const auto fewestBlocks = static_cast<double>(options.fewestBlocks);
-  const double little = kLittleData * fewestBlocks * static_cast<double>(blockSize_);
-  const double wanted = options.fraction * static_cast<double>(options.totalBytes);
+  const auto bytes = double(dataBytes_);
+  const auto fewestBlocks = double(options.fewestBlocks);
+  const double little = kLittleData * fewestBlocks * double(blockSize_);
+  const double wanted = options.fraction * double(options.totalBytes);
   readsEverything_ = options.fraction >= 1.0 || bytes <= wanted || bytes <= little;
   if (!readsEverything_) {
     stratumLength_ = static_cast<std::uint64_t>(
@@ -70,11 +69,14 @@ std::vector<Block> Sample::nextPair() {
 }
 
 bool Sample::nextBlock(Block& block) {
+  if (done_ == dataBytes_) {
+    return false;
+  }
   const std::uint64_t position = readsEverything_ ? done_ : stratum_.drawn;
   while (position - fileStart_ >= file_.size) {
     const std::uint64_t next = fileStart_ + file_.size;
     if (!readListedFile(list_, file_)) {
-      return false;
+      throw std::runtime_error("the list of files has changed");
     }
     fileStart_ = next;
   }

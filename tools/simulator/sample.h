@@ -36,13 +36,11 @@ class Sample {
   explicit Sample(const Options& options);
 
   // The next two blocks, in the order of the list; fewer at its end. Throws std::runtime_error when
-  // the list cannot be read.
+  // the list cannot be read or has changed.
   std::vector<Block> nextPair();
 
   // The share of the data that the blocks so far stand for; above 0 once one has been taken.
-  [[nodiscard]] double shareDone() const {
-    return static_cast<double>(done_) / static_cast<double>(dataBytes_);
-  }
+  [[nodiscard]] double shareDone() const { return double(done_) / double(dataBytes_); }
 
  private:
   void planStrata(const Options& options, double squaredLengths);

@@ -39,9 +39,7 @@ struct Figures {
 
 std::string systemReason() { return std::generic_category().message(errno); }
 
-double inGib(std::uint64_t bytes) {
-  return static_cast<double>(bytes) / (1024.0 * 1024.0 * 1024.0);
-}
+double inGib(std::uint64_t bytes) { return double(bytes) / (1024.0 * 1024.0 * 1024.0); }
 
 // Walks a tree without following the symbolic links in it, and lists its files. Memory grows with
 // the depth of the tree only.

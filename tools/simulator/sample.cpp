@@ -73,6 +73,7 @@ bool Sample::nextBlock(Block& block) {
     return false;
   }
   const std::uint64_t position = readsEverything_ ? done_ : stratum_.drawn;
+  // On to the file that holds the position.
   while (position - fileStart_ >= file_.size) {
     const std::uint64_t next = fileStart_ + file_.size;
     if (!readListedFile(list_, file_)) {
@@ -83,6 +84,7 @@ bool Sample::nextBlock(Block& block) {
   const std::uint64_t offset = (position - fileStart_) / blockSize_ * blockSize_;
   block = {file_.path, offset, std::min(blockSize_, file_.size - offset)};
   block.standsFor = readsEverything_ ? block.length : 0;
+  // Takes all strata whose byte lies in this block; without strata there is none.
   while (stratum_.length > 0 && stratum_.drawn - fileStart_ < block.offset + block.length) {
     block.standsFor += stratum_.length;
     stratum_ = stratumFrom(stratum_.start + stratum_.length);

@@ -95,6 +95,7 @@ class Survey {
     if (name == std::string_view(".") || name == std::string_view("..")) {
       return;
     }
+    // Some file systems leave the type unknown.
     if (type == DT_REG || type == DT_UNKNOWN) {
       struct stat status {};
       if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {

@@ -110,7 +110,7 @@ $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) 
 | what | measured |
 |---|---|
 | the survey, against \`find DIR -type f -printf '%s %p\\0' >FILE\` | $(quotient "$survey" "$find") times ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
-| the whole estimate, against \`tar cf - DIR \\| zstd -1 -T$threads \\| wc -c\` | $(quotient "$compression" "$estimate") times faster ($(quotient "$estimate" 1) s, $(quotient "$compression" 1) s) |
+| the whole estimate, against \`tar cf - DIR \\| zstd -1 -T$threads \\| wc -c\` | $(quotient "$compression" "$estimate") times as fast ($(quotient "$estimate" 1) s, $(quotient "$compression" 1) s) |
 | the sampled ratio of $parts parts, against reading everything ($exact): usual error | $deviation |
 | the same, the worst of them | $worst |
 | the 95 % interval holds the exact ratio | $interval |

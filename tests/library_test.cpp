@@ -43,7 +43,9 @@ TEST(Times, AreCutToWholeMilliseconds) {
 
 string report(double cr, const string& size, const string& files, const string& directories) {
   testing::internal::CaptureStdout();
-  showEstimationInfo(cr, 4.996, size, files, directories);
+  try {
+    showEstimationInfo(cr, 4.996, size, files, directories);
+  } catch (const std::exception& error) { std::puts(error.what()); }
   return testing::internal::GetCapturedStdout();
 }
 
@@ -58,6 +60,11 @@ TEST(OverallRatio, WarnsOfSmallData) {
   EXPECT_EQ(small("107374182400", "1025"), "files") << "a file more";
   EXPECT_EQ(small("1x", "1 file"), "size files") << "a leading number will do";
   EXPECT_EQ(small("-1", "1"), "files") << "the size is compared as unsigned";
+}
+
+TEST(OverallRatio, ConvertsEachFigureWhereItIsUsed) {
+  EXPECT_EQ(report(1, "x", "y", "z"), "Failed to convert the detected size \"x\" to a number\n");
+  EXPECT_TRUE(report(1, "-1", "1", "z").starts_with("totalDetectedSize is 18446744073709551615\n"));
 }
 
 TEST(OverallRatio, CountsOverheadsOnBothSidesUpToTheCeiling) {

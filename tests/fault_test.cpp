@@ -23,15 +23,15 @@ TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
     }
   };
   const string readFails = "getdents64:error=EIO -P $PWD/tree/sub", left = "count is: 1\n";
-  const string diskFull = "write:error=ENOSPC -P $PWD/a_file_";
+  const string full = "write:error=ENOSPC -P $PWD/a_file_";
   strike("kel_evaluation_tool tree a",
          {{.why = "a directory ends early", .given = readFails, .told = left},
           {.why = "it does not open", .given = "openat:error=EIO -P sub", .told = left},
-          {.why = "figures", .given = diskFull + "info.log", .told = "device\nstatus 1\n"},
-          {.why = "list", .given = diskFull + "type_file_list_new.log", .told = "\nstatus 1\n"}});
+          {.why = "no space for figures", .given = full + "info.log", .told = "device\nstatus 1\n"},
+          {.why = "full disk", .given = full + "type_file_list_new.log", .told = "status 1\n"}});
   strike("kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
          {{.why = "thread", .given = "?clone,?clone3:error=EAGAIN:when=2", .told = "skipped: 0\n"},
-          {.why = "written", .given = "close:error=EIO -P $PWD/result", .told = "\nstatus 1\n"}});
+          {.why = "not stored", .given = "close:error=EIO -P $PWD/result", .told = "status 1\n"}});
   // Each of the five lookups takes a pipe. A message of the first three has a line end of its own.
   const string pipe = "?pipe,?pipe2:error=EMFILE:when=", detect = "\nFailed to detect the ";
   const string end = tree + "\nstatus 1\n", blank = tree + "\n\nstatus 1\n";

@@ -110,6 +110,7 @@ TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
         {.why = "before the list", .given = "-f no -l no/r", .told = "cannot write no/r: No such"}},
        "EARLIER");
   fail({{.why = "a unit", .given = "-s 4k", .told = "option -s cannot be \"4k\""},
+        {.why = "no share", .given = "-r 0", .told = "option -r cannot be \"0\""},
         {.why = "fits in 64 bits", .given = "-f huge -r 1e-12", .told = "nothing could be read"},
         {.why = "beyond 64 bits", .given = "-f huger", .told = "the sizes add up to more"},
         {.why = "a pipe", .given = "-f pipe", .told = "cannot read the list of files twice"},

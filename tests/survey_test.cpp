@@ -40,8 +40,8 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTen) {
   EXPECT_EQ(replaced(told, "(.*more than 1000 levels deep\n){10}", "TEN\n"),
             "Surveyed t?ee: files: 0, directories: 1013, size: 0.00 GiB (allocated: 0.00 GiB); "
             "directories or files that could not be read, so that their content is missing: 12.\n"
-            "TEN\nkel_evaluation_tool: 2 more could not be read; all 12 are missing from the "
-            "figures\nstatus 2\n");
+            "TEN\nkel_evaluation_tool: 2 more could not be read; what 12 in all hold is "
+            "missing from the figures\nstatus 2\n");
   EXPECT_TRUE(scratch.read(kLogName).ends_with("\ndetect_directory_left_out_count is: 12\n"));
 }
 

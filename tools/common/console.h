@@ -12,7 +12,7 @@
 // fit.
 int nextOption(int argc, char** argv, const char* pattern, int words, const std::string& usage);
 
-// Prints "<program>: <message>" as a line of its own on standard error.
+// Prints "<program>: <message>" and a line end on standard error.
 void complain(const std::string& message);
 
 // Prints a line on standard output, at once; on a terminal behind what an operator may have typed.

@@ -41,7 +41,7 @@ std::string readBlock(const Block& block, std::vector<char>& data) {
   return file.eof() ? "shorter than listed" : std::generic_category().message(errno);
 }
 
-// Reads and compresses one block after another, in memory that it takes once.
+// Reads and compresses one block after another, in buffers that it takes once.
 class Compressor {
  public:
   explicit Compressor(std::uint64_t blockSize)

@@ -31,8 +31,8 @@ std::string sentence(const SampleTotals& totals, const Estimate& estimate) {
   if (totals.skippedBlocks == 0) {
     text << (estimate.isExact ? ", everything listed was read." : ", all of them readable.");
   } else {
-    const double bytes = double(totals.skippedBytes) + double(totals.originalBytes);
-    text << "; " << std::defaultfloat << 100.0 * double(totals.skippedBytes) / bytes
+    text << std::defaultfloat << std::setprecision(3) << "; "
+         << 100.0 * double(totals.skippedBytes) / double(totals.skippedBytes + totals.originalBytes)
          << " % of the data could not be read (blocks: " << totals.skippedBlocks << ", such as "
          << totals.skippedExample << "): the ratio speaks for the rest only.";
   }

@@ -56,8 +56,8 @@ class Survey {
       throw std::runtime_error("cannot read " + path_ + ": " + problem);
     }
     if (figures_.leftOut > kMostNamed) {
-      complain(std::to_string(figures_.leftOut - kMostNamed) + " more could not be read; all " +
-               std::to_string(figures_.leftOut) + " are missing from the figures");
+      complain(std::to_string(figures_.leftOut - kMostNamed) + " more could not be read; what " +
+               std::to_string(figures_.leftOut) + " in all hold is missing from the figures");
     }
     return figures_;
   }

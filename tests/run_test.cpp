@@ -132,7 +132,7 @@ TEST_F(Run, FiguresDecideHowItEnds) {
 
 TEST_F(Run, NeedsNothingOfItsToolsButTheirFiles) {
   const string report = end(kLog, kResult), noSize = "\nFailed to get estimate size " + data + "\n";
-  scratch.run("echo echo kel_sim_test | tee kel_evaluation_tool kel_sim_test");  // say so only
+  scratch.run("echo echo kel_sim_test | tee kel_evaluation_tool kel_sim_test");  // leave no file
   EXPECT_EQ(end("", ""), report) << "earlier figures are taken as they stand";
   scratch.run("mv artifact old; ln -s old artifact");
   EXPECT_EQ(end("", ""), report) << "a link to a directory will do";

@@ -26,13 +26,13 @@ missing=()
 for tool in hyperfine zstd time mksquashfs; do
   type -P "$tool" >/dev/null || missing+=("${tool/mksquashfs/squashfs-tools}")
 done
-[ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+[ ${#missing[@]} -eq 0 ] || install_packages "${missing[@]}"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 {
   cmake --preset release
-  cmake --build --preset programs
+  cmake --build --preset programs -j "$(nproc)"
   cmake --install build/release --prefix "$work"
 } </dev/null >&2
 cd "$work"

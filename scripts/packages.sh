@@ -1,8 +1,8 @@
 # shellcheck shell=bash
 # Sourced by the other scripts: installs what a build needs and this machine lacks.
 
-# install PACKAGE...: asks apt for packages, as root or through sudo.
-install() {
+# install_packages PACKAGE...: asks apt for packages, as root or through sudo.
+install_packages() {
   if ! command -v apt-get >/dev/null; then
     echo "missing here, and no apt-get to install it: $*" >&2
     return 1
@@ -32,5 +32,5 @@ need() {
     have_header gtest/gtest.h || missing+=(libgtest-dev)
     command -v strace >/dev/null || missing+=(strace)
   fi
-  [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+  [ ${#missing[@]} -eq 0 ] || install_packages "${missing[@]}"
 }

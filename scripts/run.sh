@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 need programs
 {
   cmake --preset release
-  cmake --build --preset programs
+  cmake --build --preset programs -j "$(nproc)"
   cmake --install build/release --prefix workspace
 } </dev/null >&2
 

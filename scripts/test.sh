@@ -9,14 +9,14 @@ cd "$(dirname "$0")/.."
 check() {
   {
     cmake --preset "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:+ON}"
-    cmake --build --preset "$1"
+    cmake --build --preset "$1" -j "$(nproc)"
   } </dev/null >&2
-  ctest --preset "$1"
+  ctest --preset "$1" -j "$(nproc)"
 }
 
 need tests
 check release
 echo "asan: without the failing system calls, since a traced program cannot be searched for leaks"
 check asan
-echo "tsan: the simulator alone, since nothing else has threads"
+echo "tsan: the tools alone, since the estimator has one thread"
 check tsan

@@ -12,25 +12,37 @@ TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
   if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
 
   // `given` is a call, by its names on all machines, its error and where or when it strikes; `told`
-  // is the end of what is told, behind which stand a tool's figures, if it leaves any.
+  // is the end of what is told, or all of it behind a ^, then of a tool's figures, if it leaves
+  // any.
   const auto strike = [&scratch](const string& program, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
       scratch.run("rm -f a_file_info.log result");
       const string told = scratch.run("strace -qqo trace -e inject=" + row.given + " " + program);
       EXPECT_NE(scratch.read("trace").find("(INJECTED)"), string::npos) << row.why;
-      const string all = told + scratch.read("a_file_info.log") + scratch.read("result");
+      const string all = "^" + told + scratch.read("a_file_info.log") + scratch.read("result");
       EXPECT_TRUE(all.ends_with(row.told)) << row.why << ": " << all;
     }
   };
   const string readFails = "getdents64:error=EIO -P $PWD/tree/sub", left = "count is: 1\n";
   const string full = "write:error=ENOSPC -P $PWD/a_file_";
-  strike("kel_evaluation_tool tree a",
+  const string lost = " in the working directory: No space left on device\nstatus 1\n";
+  strike("-f kel_evaluation_tool tree a",
          {{.why = "a directory ends early", .given = readFails, .told = left},
-          {.why = "it does not open", .given = "openat:error=EIO -P sub", .told = left},
-          {.why = "no space for figures", .given = full + "info.log", .told = "device\nstatus 1\n"},
-          {.why = "full disk", .given = full + "type_file_list_new.log", .told = "status 1\n"}});
-  strike("kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
-         {{.why = "thread", .given = "?clone,?clone3:error=EAGAIN:when=2", .told = "skipped: 0\n"},
+          {.why = "it does not open", .given = "openat:error=EIO -P tree/sub", .told = left},
+          {.why = "no space for figures", .given = full + "info.log", .told = "_info.log" + lost},
+          {.why = "none for the list, which is told once",
+           .given = full + "type_file_list_new.log",
+           .told = "^kel_evaluation_tool: cannot write a_file_type_file_list_new.log" + lost}});
+  const string onList = ":error=EIO -P $PWD/list";
+  strike("-f kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
+         {{.why = "no thread", .given = "?clone,?clone3:error=EAGAIN", .told = "skipped: 0\n"},
+          {.why = "no second reading",
+           .given = "lseek" + onList,
+           .told =
+               "^kel_sim_test: the list of files has changed, or cannot be read twice\nstatus 1\n"},
+          {.why = "no end of the list",
+           .given = "read:when=2" + onList,
+           .told = "^kel_sim_test: cannot read the list of files: Input/output error\nstatus 1\n"},
           {.why = "not stored", .given = "close:error=EIO -P $PWD/result", .told = "status 1\n"}});
   // Each of the five lookups takes a pipe. A message of the first three has a line end of its own.
   const string pipe = "?pipe,?pipe2:error=EMFILE:when=", detect = "\nFailed to detect the ";
@@ -40,7 +52,10 @@ TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
           {.why = "files", .given = pipe + "2", .told = detect + "file number of dir " + blank},
           {.why = "dirs", .given = pipe + "3", .told = detect + "directory number of dir " + blank},
           {.why = "ratio", .given = pipe + "4", .told = "\nFailed to estimate dir " + end},
-          {.why = "read", .given = pipe + "5", .told = "\nFailed to get estimate size " + end}});
+          {.why = "read", .given = pipe + "5", .told = "\nFailed to get estimate size " + end},
+          {.why = "the last of eight pieces of text is lost",
+           .given = "write:error=ENOSPC:when=8",
+           .told = "\nFailed to write to standard output\nstatus 1\n"}});
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ struct Run : testing::Test {
 };
 
 TEST_F(Run, ShowsEachStepInItsPlace) {
-  const string text = shown("\n\n Y\ndata\n01\n");  // blank lines are no answers
+  const string text = shown("\n\n Y\ndata\n20\n");  // blank lines are no answers
   EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kDirectory + aliasShown + kThreads +
                                                              R"(./kel_evaluation_tool
 ---------------------------------------- Detect Information ----------------------------------------
@@ -85,7 +85,7 @@ Total execution time = N[ms]
 
 TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
   scratch.run("mkdir empty; ln -s data link");
-  const string kept = kDirectory + replaced(aliasShown, "data", "link_") + kThreads;
+  const string kept = kDirectory + "aliasName " + replaced(here, "/", "_") + "_link_\n" + kThreads;
   const string asked = kDirectory + aliasShown + kThreads;
   const Row rows[] = {
       {.why = "no consent at the end of input", .given = "", .told = ""},
@@ -97,7 +97,9 @@ TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
       {.why = "an absolute path is kept", .given = "y " + here + "/link/ 0", .told = kept + kFew},
       {.why = "no alias", .given = "y /", .told = kDirectory + kNoAlias},
       {.why = "no number counts as 0", .given = "y data abc", .told = asked + kFew},
-      {.why = "the end of input keeps it", .given = "y data 8x y", .told = asked + kWrongTwice},
+      {.why = "at the end of input the number stays",
+       .given = "y data 8x y",
+       .told = asked + kWrongTwice},
       {.why = "more than 20 need one letter", .given = "y data 021 yy", .told = asked + kMany},
   };
   for (const Row& row : rows) EXPECT_EQ(shown(row.given), row.told + "status 1\n") << row.why;

@@ -1,6 +1,5 @@
 #include "common/console.h"
 
-#include <getopt.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -8,19 +7,9 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <stdexcept>
 #include <system_error>
 
 namespace {
-
-// Nothing is remembered from one drawing to the next, since an operator who types moves the cursor.
-// A text that wrapped at the edge of the terminal could scroll, which would move it, too.
-const std::string kEraseBehind = "\033[J";
-const std::string kSaveAndStopWrapping = "\0337\033[?7l";
-const std::string kWrapAndRestore = "\033[?7h\0338";
-
-constexpr std::chrono::milliseconds kRedrawInterval(200);
 
 void drawOnTerminal(const std::string& drawing) {
   if (isatty(STDERR_FILENO) != 0) {
@@ -36,22 +25,8 @@ std::string withoutControls(std::string text) {
 
 }  // namespace
 
-int nextOption(int argc, char** argv, const char* pattern, int words, const std::string& usage) {
-  constexpr option kLongOptions[] = {
-      {"help", no_argument, nullptr, 'h'}, {"version", no_argument, nullptr, 'v'}, {}};
-  const int letter = getopt_long(argc, argv, pattern, kLongOptions, nullptr);
-  if (letter == 'h' || letter == 'v') {
-    say(letter == 'h' ? usage : VERSION);
-    std::exit(EXIT_SUCCESS);
-  }
-  if (letter == '?' || (letter == -1 && argc - optind != words)) {
-    throw std::runtime_error(usage);
-  }
-  return letter;
-}
-
 void complain(const std::string& message) {
-  drawOnTerminal(kEraseBehind);
+  eraseProgress();
   std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, withoutControls(message).c_str());
 }
 
@@ -66,12 +41,11 @@ void say(const std::string& sentence) {
   }
 }
 
-Progress::~Progress() { drawOnTerminal(kEraseBehind); }
-
-bool Progress::isDue() const { return std::chrono::steady_clock::now() >= next_; }
-
-void Progress::draw(const std::string& text) {
-  // In one piece, so that nothing comes between saving the cursor and restoring it.
-  drawOnTerminal(kEraseBehind + kSaveAndStopWrapping + " [" + text + "]" + kWrapAndRestore);
-  next_ = std::chrono::steady_clock::now() + kRedrawInterval;
+void drawProgress(const std::string& text) {
+  // Saves the cursor and restores it, since an operator who types moves it, and stops wrapping in
+  // between, which at the edge of the terminal could scroll. In one piece, so that nothing comes
+  // between.
+  drawOnTerminal("\033[J\0337\033[?7l [" + text + "]\033[?7h\0338");
 }
+
+void eraseProgress() { drawOnTerminal("\033[J"); }

@@ -23,6 +23,8 @@ struct SampleTotals {
   std::string skippedExample = {};  // a path and the system's reason
 };
 
+constexpr int kCompressionLevel = 1;  // of zstd
+
 // A block's compressed share as a whole number.
 constexpr std::uint64_t kShareUnits = 65536;
 

@@ -4,83 +4,84 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <stdexcept>
-
-#include "common/console.h"
+#include <utility>
 
 namespace {
 
-using OptionTexts = std::map<int, std::string>;  // by their letters
+constexpr std::pair<char, const char*> kOptions[] = {
+    {'f', "LIST"},    {'s', "KIB"},   {'r', "FRACTION"}, {'j', "FEWEST"},
+    {'t', "THREADS"}, {'o', "TOTAL"}, {'i', "PART"},     {'l', "RESULT"}};
 
-constexpr const char* kUsage =
-    "usage: kel_sim_test -f LIST -s KIB -r FRACTION -j FEWEST -t THREADS -o TOTAL -i PART "
-    "-l RESULT";
-
-constexpr std::uint64_t kLargestBlockKib = 65536;
 constexpr long long kMostThreads = 256;  // each takes memory for its own block
 
-void require(bool isUsable, char letter, const std::string& text) {
-  if (!isUsable) {
-    throw std::runtime_error(std::string("option -") + letter + " cannot be \"" + text + "\"");
-  }
-}
-
-std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
-                          std::uint64_t most) {
-  const std::string& text = texts.at(letter);
-  std::uint64_t value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  require(error == std::errc() && stop == end && value >= least && value <= most, letter, text);
-  return value;
-}
-
-double fraction(const std::string& text) {
-  char* end = nullptr;
-  const double value = std::strtod(text.c_str(), &end);
-  require(*end == '\0' && value > 0.0 && value <= 1.0, 'r', text);
-  return value;
-}
+using OptionTexts = std::map<int, std::string>;  // by their letters
 
 OptionTexts readTexts(int argc, char** argv) {
+  std::string pattern;
+  std::string usage = "usage: kel_sim_test";
+  for (const auto& [letter, value] : kOptions) {
+    pattern += std::string{letter, ':'};
+    usage += std::string{' ', '-', letter, ' '} + value;
+  }
   OptionTexts texts;
   int letter = 0;
-  while ((letter = nextOption(argc, argv, "f:s:r:j:t:o:i:l:", 0, kUsage)) != -1) {
-    texts[letter] = optarg;
+  while ((letter = getopt(argc, argv, pattern.c_str())) != -1) {
+    texts[letter] = letter == '?' ? "" : optarg;
     if (letter == 'o' && texts['o'] == "-i") {
       // A size that nobody found is no word on the command line: the next option takes its place.
       throw std::runtime_error("no total size: the survey left no figures");
     }
   }
-  for (const char option : std::string("fsrjtoil")) {
+  if (texts.contains('?') || optind != argc) {
+    throw std::runtime_error(usage);
+  }
+  for (const auto& [option, value] : kOptions) {
     if (texts[option].empty()) {
-      throw std::runtime_error(std::string("option -") + option + " is missing; " + kUsage);
+      throw std::runtime_error(std::string("option -") + option + " is missing; " + usage);
     }
   }
-  std::error_code oneIsMissing;
-  if (std::filesystem::equivalent(texts['f'], texts['l'], oneIsMissing)) {
-    throw std::runtime_error("the result would replace the list of files " + texts['f']);
-  }
   return texts;
+}
+
+// Takes the whole text for a number in what `allowed` says in words.
+template <typename Number>
+Number numberFrom(const OptionTexts& texts, char letter, Number least, Number most,
+                  const std::string& allowed) {
+  const std::string& text = texts.at(letter);
+  const char* const end = text.data() + text.size();
+  Number value{};
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc() || stop != end || !(value >= least && value <= most)) {
+    throw std::runtime_error(std::string("option -") + letter + " must be " + allowed + ", not \"" +
+                             text + '"');
+  }
+  return value;
+}
+
+std::uint64_t wholeNumber(const OptionTexts& texts, char letter, std::uint64_t least,
+                          std::uint64_t most) {
+  return numberFrom(texts, letter, least, most,
+                    "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
 }
 
 }  // namespace
 
 Options readOptions(int argc, char** argv) {
   const OptionTexts texts = readTexts(argc, argv);
+  Output result(texts.at('l'));
   // The leading integer, since what an operator typed comes here unchanged.
   const long long threads = std::strtoll(texts.at('t').c_str(), nullptr, 10);
   return {
-      .result = Output(texts.at('l')),  // before the values are looked at
+      .result = std::move(result),
       .listName = texts.at('f'),
-      .blockSize = wholeNumber(texts, 's', 1, kLargestBlockKib) * 1024,
-      .fraction = fraction(texts.at('r')),
+      .blockSize = wholeNumber(texts, 's', 1, 65536) * 1024,
+      .fraction = numberFrom(texts, 'r', std::nextafter(0.0, 1.0), 1.0, "above 0 and at most 1"),
       .fewestBlocks = wholeNumber(texts, 'j', 1, UINT32_MAX),
       .threads = static_cast<unsigned>(std::clamp(threads, 1LL, kMostThreads)),
       .totalBytes = wholeNumber(texts, 'o', 0, UINT64_MAX),
-      .part = wholeNumber(texts, 'i', 0, UINT64_MAX),
-  };
+      .part = wholeNumber(texts, 'i', 0, UINT64_MAX)};
 }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "common/output.h"
+#include "common/files.h"
 
 // What the simulator is asked to do.
 struct Options {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/file_list.h"
+#include "common/files.h"
 #include "simulator/options.h"
 
 // A block of the sample and what comes of it; lengths in bytes. Blocks are counted from the start
@@ -18,13 +18,6 @@ struct Block {
   std::uint64_t standsFor = 0;   // of the data
   double compressedShare = 0.0;  // its length after compression over the one before
   std::string problem = {};      // why it could not be read, if so
-};
-
-// A stretch of the data, and a random byte of it; both as positions in the data.
-struct Stratum {
-  std::uint64_t start = 0;
-  std::uint64_t length = 0;  // 0 at the end of the data
-  std::uint64_t drawn = 0;
 };
 
 // The sample. The bytes of all listed files are laid end to end and cut into strata of equal
@@ -43,19 +36,17 @@ class Sample {
   [[nodiscard]] double shareDone() const { return double(done_) / double(dataBytes_); }
 
  private:
-  void planStrata(const Options& options, double squaredLengths);
-  Stratum stratumFrom(std::uint64_t start);
-  bool nextBlock(Block& block);
+  void drawByte();
+  Block nextBlock();
 
   const std::uint64_t blockSize_;
   std::ifstream list_;
   std::uint64_t dataBytes_ = 0;
-  bool readsEverything_ = true;  // so there are no strata
-  std::uint64_t stratumLength_ = 0;
+  std::uint64_t stratumLength_ = 0;  // 0 where everything is read
   std::mt19937_64 engine_;
 
-  std::uint64_t done_ = 0;  // of the data, what the blocks so far stand for
-  Stratum stratum_;         // the next; starts there
-  ListedFile file_;         // the last that a block was taken of
+  std::uint64_t done_ = 0;   // of the data, what the blocks so far stand for
+  std::uint64_t drawn_ = 0;  // byte of the data that picks the next block
+  ListedFile file_;          // the last that a block was taken of
   std::uint64_t fileStart_ = 0;
 };

@@ -1,169 +1,256 @@
 #include <dirent.h>
-#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <exception>
 #include <iomanip>
+#include <list>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "common/console.h"
-#include "common/file_list.h"
-#include "common/output.h"
+#include "common/files.h"
+#include "common/workers.h"
 
 namespace {
 
-constexpr const char* kUsage = "usage: kel_evaluation_tool <directory> <aliasName>";
+constexpr unsigned kThreads = 8;        // storage that answers late answers as many at once
+constexpr int kDirectoriesAhead = 64;   // of the front, so that a disk's head stays near it
+constexpr int kEntriesAtOnce = 262144;  // bytes, some 8,000 entries, that are put in order
+constexpr int kMostHeldBack = 1048576;  // bytes of the list, by a directory behind the front
+constexpr int kMostNamed = 10;          // more would scroll the report away
 
-// Each level takes an open file, of which a process usually has 1,024, and some stack.
-constexpr int kMostLevels = 1000;
-
-// More than these would scroll the report away.
-constexpr std::uint64_t kMostNamed = 10;
+// With less of the size allocated, what is missing lifts the ratio visibly.
+constexpr double kUsualAllocation = 0.9;
 
 // Regular files, their sizes and the storage allocated to them in bytes, directories, the surveyed
 // one included, and how many of both were found but could not be read.
 struct Figures {
-  std::uint64_t bytes = 0;
-  std::uint64_t allocatedBytes = 0;
-  std::uint64_t files = 0;
-  std::uint64_t directories = 0;
-  std::uint64_t leftOut = 0;
+  std::atomic<std::uint64_t> bytes = 0;
+  std::atomic<std::uint64_t> allocatedBytes = 0;
+  std::atomic<std::uint64_t> files = 0;
+  std::atomic<std::uint64_t> directories = 0;
+  std::atomic<std::uint64_t> leftOut = 0;
 };
 
-std::string systemReason() { return std::generic_category().message(errno); }
+// What a directory holds and is not yet written.
+struct Directory;
+struct Findings {
+  std::string records;  // of the list
+  std::vector<std::string> problems;
+  std::list<Directory> inside;
+};
 
-double inGib(std::uint64_t bytes) { return double(bytes) / (1024.0 * 1024.0 * 1024.0); }
+struct Directory {
+  std::string path;
+  dev_t device;                                  // of its parent, until it is opened
+  std::unique_ptr<Findings> findings = nullptr;  // there once a thread has taken it
+  bool isRead = false;
+};
 
-// Walks a tree without following the symbolic links in it, and lists its files. Memory grows with
-// the depth of the tree only.
+std::string leftOutText(std::uint64_t count) {
+  return std::to_string(count) +
+         (count == 1 ? " directory or file could not be read; what it holds"
+                     : " directories or files could not be read; what they hold") +
+         " is missing";
+}
+
+// There the kernel shows itself, with sizes that no storage holds.
+bool isOfTheKernel(int directory) {
+  struct statfs fileSystem {};
+  return fstatfs(directory, &fileSystem) == 0 &&
+         (fileSystem.f_type == PROC_SUPER_MAGIC || fileSystem.f_type == SYSFS_MAGIC);
+}
+
+// Walks a tree without following the symbolic links in it, and lists its files. Several threads
+// read a directory each, its entries in the order of their inode numbers, as they lie on a disk.
+//
+// The list has one order nevertheless: the files of a directory, then each of its directories in
+// the same way. So the directories still to be written stand in a linked list, in this order. A
+// thread takes the first that nobody has taken and puts the directories found in it right behind
+// it; those at the front that are read are written and dropped. A directory with more records than
+// it may hold back waits for its turn at the front. The front itself waits for nobody: a thread
+// reads it, or it is the first that the next one takes.
 class Survey {
  public:
   // Neither of the survey's own two files counts.
   Survey(std::string directory, const Output& infoLog, Output& list)
-      : path_(std::move(directory)), infoLog_(infoLog), list_(list) {}
+      : root_(std::move(directory)), infoLog_(infoLog), list_(list) {}
 
   // Throws std::runtime_error when the directory, which may itself be a symbolic link, cannot be
   // read, the list cannot be written or the sizes do not add up in 64 bits.
-  Figures run() {
-    if (const std::string problem = visitDirectory(AT_FDCWD, path_.c_str(), 0); !problem.empty()) {
-      throw std::runtime_error("cannot read " + path_ + ": " + problem);
-    }
+  const Figures& run() {
+    directories_.push_back({.path = root_, .device = 0});
+    workers_.run(
+        kThreads, [this](Workers::Lock& lock) { work(lock); },
+        [this] { return "files: " + std::to_string(figures_.files); });
     if (figures_.leftOut > kMostNamed) {
-      complain(std::to_string(figures_.leftOut - kMostNamed) + " more could not be read; what " +
-               std::to_string(figures_.leftOut) + " in all hold is missing from the figures");
+      complain("and " + std::to_string(figures_.leftOut - kMostNamed) + " more: in all " +
+               leftOutText(figures_.leftOut));
     }
     return figures_;
   }
 
  private:
-  // Visits all that is in the directory at path_, `name` in `parent`. Returns why it cannot be read
-  // to its end, or an empty text.
-  std::string visitDirectory(int parent, const char* name, int flags) {
+  // Reads one directory after another, meanwhile without the lock.
+  void work(Workers::Lock& lock) {
+    std::vector<char> buffer(kEntriesAtOnce);
+    for (auto taken = take(lock); taken != directories_.end(); taken = take(lock)) {
+      lock.unlock();
+      readDirectory(*taken, buffer, lock);
+      lock.lock();
+      taken->isRead = true;
+      directories_.splice(std::next(taken), taken->findings->inside);
+      while (!directories_.empty() && directories_.front().isRead) {
+        write(*directories_.front().findings);
+        directories_.pop_front();
+      }
+      workers_.notify();
+    }
+  }
+
+  // Waits for the first directory that nobody has taken. The end means that all are read.
+  std::list<Directory>::iterator take(Workers::Lock& lock) {
+    auto first = directories_.end();
+    workers_.wait(lock, [&] {
+      first =
+          std::find_if(directories_.begin(), directories_.end(),
+                       [](const Directory& directory) { return directory.findings == nullptr; });
+      return directories_.empty() ||
+             (first != directories_.end() &&
+              std::distance(directories_.begin(), first) < kDirectoriesAhead);
+    });
+    if (first != directories_.end()) {
+      first->findings = std::make_unique<Findings>();
+    }
+    return first;
+  }
+
+  void readDirectory(Directory& directory, std::vector<char>& buffer, Workers::Lock& lock) {
+    const OpenFile opened(directory.path, O_DIRECTORY | (directory.path == root_ ? 0 : O_NOFOLLOW));
+    struct stat status {};
+    const bool isOpen = opened.descriptor() >= 0 && fstat(opened.descriptor(), &status) == 0;
+    if (isOpen && status.st_dev != directory.device && isOfTheKernel(opened.descriptor())) {
+      return;
+    }
     ++figures_.directories;
-    if (level_ > kMostLevels) {
-      return "more than " + std::to_string(kMostLevels) + " levels deep";
-    }
-    const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags);
-    const auto closer = [](DIR* opened) { closedir(opened); };
-    const std::unique_ptr<DIR, decltype(closer)> directory(descriptor < 0 ? nullptr
-                                                                          : fdopendir(descriptor));
-    if (directory == nullptr) {
-      return systemReason();
-    }
-    const std::size_t pathLength = path_.size();
-    while (true) {
-      errno = 0;
-      const dirent* const entry = readdir(directory.get());
-      if (entry == nullptr) {
-        return errno == 0 ? "" : systemReason();
+    directory.device = status.st_dev;
+    ssize_t length = -1;
+    while (isOpen && (length = getdents64(opened.descriptor(), buffer.data(), buffer.size())) > 0) {
+      std::vector<const dirent64*> entries;
+      for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
+        entries.push_back(reinterpret_cast<const dirent64*>(&buffer[at]));
       }
-      path_ += path_.ends_with('/') ? "" : "/";
-      path_ += entry->d_name;
-      visitEntry(descriptor, entry->d_name, entry->d_type);
-      path_.resize(pathLength);
+      std::sort(entries.begin(), entries.end(),
+                [](const dirent64* a, const dirent64* b) { return a->d_ino < b->d_ino; });
+      for (const dirent64* const entry : entries) {
+        visit(*entry, directory, opened.descriptor());
+      }
+      if (directory.findings->records.size() > kMostHeldBack) {
+        lock.lock();
+        workers_.wait(lock, [&] { return &directory == &directories_.front(); });
+        write(*directory.findings);
+        lock.unlock();
+      }
+    }
+    if (length < 0) {
+      leaveOut(directory, directory.path);
     }
   }
 
-  void visitEntry(int parent, const char* name, unsigned char type) {
-    if (name == std::string_view(".") || name == std::string_view("..")) {
-      return;
-    }
+  void visit(const dirent64& entry, Directory& parent, int descriptor) {
+    const std::string_view name = entry.d_name;
+    const std::string path = parent.path + (parent.path.ends_with('/') ? "" : "/") + entry.d_name;
+    struct stat status {};
+    status.st_mode = DTTOIF(entry.d_type);
     // Some file systems leave the type unknown.
-    if (type == DT_REG || type == DT_UNKNOWN) {
-      struct stat status {};
-      if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        leaveOut(systemReason());
-      } else if (S_ISREG(status.st_mode)) {
-        countFile(status);
-      } else if (S_ISDIR(status.st_mode)) {
-        type = DT_DIR;
-      }
-    }
-    if (type == DT_DIR) {
-      ++level_;
-      const std::string problem = visitDirectory(parent, name, O_NOFOLLOW);
-      --level_;
-      if (!problem.empty()) {
-        leaveOut(problem);
-      }
+    if ((entry.d_type == DT_REG || entry.d_type == DT_UNKNOWN) &&
+        fstatat(descriptor, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      leaveOut(parent, path);
+    } else if (S_ISDIR(status.st_mode) && name != "." && name != "..") {
+      parent.findings->inside.push_back({.path = path, .device = parent.device});
+    } else if (S_ISREG(status.st_mode) && !infoLog_.isSameFile(status) &&
+               !list_.isSameFile(status)) {
+      const auto size = static_cast<std::uint64_t>(status.st_size);
+      ++figures_.files;
+      requireSum(figures_.bytes.fetch_add(size), size);
+      figures_.allocatedBytes += static_cast<std::uint64_t>(status.st_blocks) * 512;
+      parent.findings->records += std::to_string(size) + ' ' + path + '\0';
     }
   }
 
-  void countFile(const struct stat& status) {
-    if (infoLog_.isSameFile(status) || list_.isSameFile(status)) {
-      return;
+  // For the reason in errno.
+  void leaveOut(Directory& parent, const std::string& path) {
+    const std::string problem =
+        "cannot read " + path + ": " + std::generic_category().message(errno);
+    if (path == root_) {
+      throw std::runtime_error(problem);
     }
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    ++figures_.files;
-    addSize(figures_.bytes, size);
-    figures_.allocatedBytes += static_cast<std::uint64_t>(status.st_blocks) * 512;
-    list_.append(std::to_string(size) + ' ' + path_ + '\0');
-    if (progress_.isDue()) {
-      progress_.draw("files: " + std::to_string(figures_.files));
-    }
-  }
-
-  void leaveOut(const std::string& reason) {
     ++figures_.leftOut;
-    if (figures_.leftOut <= kMostNamed) {
-      complain("cannot read " + path_ + ": " + reason);
+    if (parent.findings->problems.size() < kMostNamed) {
+      parent.findings->problems.push_back(problem);
     }
   }
 
-  std::string path_;
-  int level_ = 0;  // of path_, below the directory
+  // Under the lock, for the directory at the front.
+  void write(Findings& found) {
+    list_.append(std::exchange(found.records, {}));
+    for (const std::string& problem : std::exchange(found.problems, {})) {
+      if (named_++ < kMostNamed) {
+        complain(problem);
+      }
+    }
+  }
+
+  const std::string root_;
   const Output& infoLog_;
   Output& list_;
   Figures figures_;
-  Progress progress_;
+  Workers workers_;
+  std::list<Directory> directories_;  // still to be written; like the next one under the lock
+  int named_ = 0;
 };
 
-std::string sentence(const std::string& directory, const Figures& figures) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(2) << "Surveyed " << directory
-       << ": files: " << figures.files << ", directories: " << figures.directories
-       << ", size: " << inGib(figures.bytes) << " GiB (allocated: " << inGib(figures.allocatedBytes)
-       << " GiB)";
-  if (figures.leftOut == 0) {
-    text << ", nothing left out.";
-  } else {
-    text << "; directories or files that could not be read, so that their content is missing: "
-         << figures.leftOut << ".";
+// As `du -h` scales.
+std::string sizeText(std::uint64_t bytes) {
+  const char* unit = "KMGTP";
+  double size = double(bytes) / 1024.0;
+  for (; size >= 1023.995; ++unit) {
+    size /= 1024.0;
   }
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(2) << size << ' ' << *unit << "iB";
   return text.str();
 }
 
+std::string sentence(const std::string& directory, const Figures& figures) {
+  std::string text = "Surveyed " + directory + ": files: " + std::to_string(figures.files) +
+                     ", directories: " + std::to_string(figures.directories) +
+                     ", size: " + sizeText(figures.bytes) +
+                     " (allocated: " + sizeText(figures.allocatedBytes);
+  if (double(figures.allocatedBytes) < kUsualAllocation * double(figures.bytes)) {
+    text += "; the rest is holes or already compressed by the file system, and lifts the ratio";
+  }
+  return text + (figures.leftOut == 0 ? "), nothing left out."
+                                      : "); " + leftOutText(figures.leftOut) + ".");
+}
+
 int survey(const std::string& directory, const std::string& aliasName) {
+  umask(077);  // the list names what lies in private directories, too
   Output infoLog(aliasName + "_file_info.log");
   Output list(aliasName + "_file_type_file_list_new.log");
-  const Figures figures = Survey(directory, infoLog, list).run();
+  Survey survey(directory, infoLog, list);
+  const Figures& figures = survey.run();
   list.finish();
   say(sentence(directory, figures));
   std::ostringstream log;
@@ -181,9 +268,10 @@ int survey(const std::string& directory, const std::string& aliasName) {
 
 int main(int argc, char** argv) {
   try {
-    // Options end at the first word, since an alias may look like one.
-    nextOption(argc, argv, "+", 2, kUsage);
-    return survey(argv[optind], argv[optind + 1]);
+    if (argc != 3) {
+      throw std::runtime_error("usage: kel_evaluation_tool <directory> <aliasName>");
+    }
+    return survey(argv[1], argv[2]);
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

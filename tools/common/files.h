@@ -1,0 +1,64 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+
+// A file or directory that is opened to be read so that its host cannot tell: its access time
+// stays, where the system lets the user keep it, and nothing waits for a pipe or a device.
+class OpenFile {
+ public:
+  // Takes further `flags` of open(2), and a path of any length.
+  OpenFile(const std::string& path, int flags);
+  ~OpenFile() { replaceBy(-1); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  // Negative when it could not be opened, for the reason in errno.
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+ private:
+  void replaceBy(int descriptor);
+
+  int descriptor_ = AT_FDCWD;
+};
+
+// A file that a tool writes. It is opened before the work, so that one which cannot be written
+// costs no time and no earlier figures stand from there on. All functions throw std::system_error
+// on failure; a file that was opened is empty then.
+class Output {
+ public:
+  // Creates or empties `name`, as ">" does in a shell.
+  explicit Output(std::string name);
+
+  [[nodiscard]] bool isSameFile(const struct stat& other) const;
+
+  // What was appended is written in pieces of some kilobytes, the last of them when it is finished.
+  void append(const std::string& text);
+  void finish();
+
+ private:
+  void requireWritten();
+
+  std::string name_;
+  std::ofstream file_;
+  struct stat status_ {};
+};
+
+// The list of files that the survey leaves for the simulator: for each regular file its size in
+// bytes, a blank, its path and a NUL byte, as `find DIR -type f -printf '%s %p\0'` writes them.
+
+struct ListedFile {
+  std::uint64_t size = 0;
+  std::string path;
+};
+
+// Takes the next file of a list into `file`; returns false at its end. Throws std::runtime_error
+// when the list cannot be read or has a record that is no file.
+bool readListedFile(std::istream& list, ListedFile& file);
+
+// Throws std::overflow_error when 64 bits do not hold a file's size and the total of those before.
+void requireSum(std::uint64_t total, std::uint64_t size);

@@ -20,15 +20,8 @@ TEST(Command, QuotesWhatTheShellWouldNotTakeAsItIs) {
   EXPECT_EQ(quoteForShell("aZ09_-./+,:=@%"), "aZ09_-./+,:=@%");
 }
 
-TEST(Lookup, TakesALogNamedLikeAnOption) {
-  const Scratch scratch;
-  fs::current_path(scratch.write("-v_file_info.log", "key is 7\n").parent_path());
-  string figure;
-  getDirFileInfo("key", figure, "-v", "unused");
-  EXPECT_EQ(figure, "7");
-}
-
 TEST(Lookup, TakesOnlyDigitsForANumber) {
+  // The signs "/" and ":" stand before "0" and behind "9".
   for (const char* text : {"", "12 ", "/", ":"}) EXPECT_FALSE(is_number(text)) << text;
 }
 
@@ -72,18 +65,21 @@ TEST(OverallRatio, CountsOverheadsOnBothSidesUpToTheCeiling) {
     const string shown = report(cr, size, std::to_string(files), directories);
     return shown.substr(shown.rfind(' ') + 1, 4);
   };
-  // (S + H) / (S / 1.5 + H) is 1.245, where one file turns the second decimal, for S = 1 TiB and
-  // this overhead H: 1 GiB, and 320 KiB for each of 2,000,000 directories, and 1 KiB for each file.
-  const double S = 1099511627776, H = S * (1 - 1.245 / 1.5) / (1.245 - 1);
+  // Each overhead weighs: with these, one file more turns the second decimal. Where S is 1 TiB, the
+  // ratio (S + H) / (S / 1.5 + H) is 1.245 for the overhead H = S * (1 - 1.245 / 1.5) / 0.245,
+  // which is 1 GiB, 320 KiB for each of 2,000,000 directories, and 1 KiB for each of so many files:
+  const double S = 1099511627776, H = S * (1 - 1.245 / 1.5) / 0.245;
   const auto files = static_cast<long>((H - 1073741824 - 2000000 * 327680.0) / 1024);
   EXPECT_EQ(ratio(1.5, "1099511627776", files, "2000000"), "1.25");
   EXPECT_EQ(ratio(1.5, "1099511627776", files + 1, "2000000"), "1.24");
-  const double atCeiling = 100 / (101 / 1.52 - 1);  // (100 + 1) / (100 / cr + 1) GiB is 1.52
+  // (100 + 1) / (100 / cr + 1) GiB is 1.52 for this ratio, and 1.526 for 1.534.
+  const double atCeiling = 100 / (101 / 1.52 - 1);
   std::set<string> replacements;
-  for (int draw = 0; draw < 200; ++draw) {  // some of which are 1.52, too
-    EXPECT_EQ(ratio(atCeiling, "107374182400", 0, "0"), "1.52");
-    replacements.insert(ratio(1.534, "107374182400", 0, "0"));  // 1.526
+  for (int draw = 0; draw < 200; ++draw) {
+    EXPECT_EQ(ratio(atCeiling, "107374182400", 0, "0"), "1.52") << "is not replaced";
+    replacements.insert(ratio(1.534, "107374182400", 0, "0"));
   }
+  // Of 200 draws, shown with two decimals, each of these comes up.
   EXPECT_EQ(replacements, (std::set<string>{"1.48", "1.49", "1.50", "1.51", "1.52"}));
 }
 

@@ -88,18 +88,14 @@ TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
   const string kept = kDirectory + "aliasName " + replaced(here, "/", "_") + "_link_\n" + kThreads;
   const string asked = kDirectory + aliasShown + kThreads;
   const Row rows[] = {
-      {.why = "no consent at the end of input", .given = "", .told = ""},
       {.why = "a yes has one letter", .given = "yes", .told = ""},
       {.why = "nothing at the end of input", .given = "y", .told = kDirectory + kWrong},
       {.why = "an empty directory", .given = "y empty n", .told = kDirectory + kWrong},
       {.why = "a retry", .given = "y nowhere Y data 0", .told = kDirectory + kWrong + asked + kFew},
-      {.why = "a link is resolved", .given = "y link 0", .told = asked + kFew},
+      {.why = "a link is resolved; a word is 0", .given = "y link abc", .told = asked + kFew},
       {.why = "an absolute path is kept", .given = "y " + here + "/link/ 0", .told = kept + kFew},
       {.why = "no alias", .given = "y /", .told = kDirectory + kNoAlias},
-      {.why = "no number counts as 0", .given = "y data abc", .told = asked + kFew},
-      {.why = "at the end of input the number stays",
-       .given = "y data 8x y",
-       .told = asked + kWrongTwice},
+      {.why = "no second number", .given = "y data 8x y", .told = asked + kWrongTwice},
       {.why = "more than 20 need one letter", .given = "y data 021 yy", .told = asked + kMany},
   };
   for (const Row& row : rows) EXPECT_EQ(shown(row.given), row.told + "status 1\n") << row.why;
@@ -121,25 +117,72 @@ TEST_F(Run, AHostileNameReachesTheToolsAsItIs) {
 TEST_F(Run, FiguresDecideHowItEnds) {
   const string noSize = "\nFailed to get estimate size " + data + "\nstatus 1\n", huge(400, '9');
   const string noRatio = replaced(kResult, "1.30", "x"), beyond = "9223372036854775808";
-  EXPECT_EQ(end(kLog, noRatio), noNumber("compression ratio", "x"));
-  EXPECT_EQ(end("", noRatio), noNumber("detected size", "")) << "converted before the ratio";
-  EXPECT_EQ(end("", replaced(noRatio, "2684.*", huge)), noNumber("estimated size", huge));
-  EXPECT_EQ(end(kLog, replaced(kResult, "finished", "finished_")), noSize) << "a word";
-  EXPECT_EQ(end(kLog, kResult + kResult), noSize) << "two lines are no number";
-  EXPECT_EQ(end(replaced(kLog, "5368.*", beyond), kResult), noNumber("detected size", beyond));
-  EXPECT_NE(end(kLog, replaced(kResult, "1.30", "-0")).find("ratio = 0.00\n"), string::npos);
-  EXPECT_EQ(end(kLog + "a " + kLog, ""), noSize);
-  EXPECT_NE(scratch.read("calls").find("<-o><53687091200\nis:><-i>"), string::npos) << "a word";
+  const string noBytes = replaced(noRatio, "2684.*", huge),
+               noLine = replaced(kResult, "ed 4", "ed_ 4");
+  const struct {
+    string why, log, result, told;
+  } rows[] = {
+      {"no ratio", kLog, noRatio, noNumber("compression ratio", "x")},
+      {"the size comes before it", "", noRatio, noNumber("detected size", "")},
+      {"the bytes read before that", "", noBytes, noNumber("estimated size", huge)},
+      {"no whole word", kLog, noLine, noSize},
+      {"two lines are no number", kLog, kResult + kResult, noSize},
+      {"2^63", replaced(kLog, "5368.*", beyond), kResult, noNumber("detected size", beyond)},
+  };
+  for (const auto& row : rows) EXPECT_EQ(end(row.log, row.result), row.told) << row.why;
+  const string minus = end(kLog, replaced(kResult, "1.30", "-0"));
+  EXPECT_NE(minus.find("ratio = 0.00\n"), string::npos) << "a ratio of -0 is shown as 0" << minus;
+  // (50 + H) / (50 / 1.3 + H) GiB, where H is 1, and 30.5 for the directories: 1.165, not 1.290.
+  const string many = end(replaced(kLog, "dir_count is: 10", "dir_count is: 100000"), kResult);
+  EXPECT_NE(many.find("ratio = 1.16\n"), string::npos) << many;
+  end(kLog + "a detect_directory_size is: 7\n", "");  // the third field of this line is "is:"
+  EXPECT_NE(scratch.read("calls").find("<-o><53687091200\nis:><-i>"), string::npos) << "one word";
 }
 
 TEST_F(Run, NeedsNothingOfItsToolsButTheirFiles) {
   const string report = end(kLog, kResult), noSize = "\nFailed to get estimate size " + data + "\n";
-  scratch.run("echo echo kel_sim_test | tee kel_evaluation_tool kel_sim_test");  // leave no file
+  for (const char* tool : {"kel_evaluation_tool", "kel_sim_test"}) {
+    scratch.write(tool, "echo kel_sim_test\n");  // and leaves no file
+  }
   EXPECT_EQ(end("", ""), report) << "earlier figures are taken as they stand";
   scratch.run("mv artifact old; ln -s old artifact");
   EXPECT_EQ(end("", ""), report) << "a link to a directory will do";
   scratch.run("rm artifact; touch artifact");
   EXPECT_TRUE(end("", "").starts_with(noSize + "mkdir: "));
+}
+
+TEST_F(Run, OverallTellsTheRatioWithoutTheCapAndWithItsError) {
+  const string files = replaced(aliasShown, "aliasName _|\n", ""), log = files + "_file_info.log";
+  const string result = "artifact/" + files + "_p0.drav",
+               missing = "; what could not be read is missing";
+  const string noRatio = "overall.sh: no usable ratio in ./" + result + "\nstatus 1\n";
+  EXPECT_NE(end(kLog, kResult).find("ratio = 1.29\n"), string::npos);
+  EXPECT_EQ(scratch.run("overall.sh data"), "Overall ratio 1.29.\n") << "as the estimator";
+  // Beside 50 GiB the overheads are 1 GiB, 1000 KiB and 10 * 320 KiB: 51.004 / (50 / r + 1.004).
+  const struct {
+    string why, ratio, interval, told;
+  } rows[] = {
+      {"above the cap", "3", "2.0 to 4.0", "2.89, 95 % sure between 1.96 and 3.78"},
+      {"no end: 51.004 / 1.004", "1.3", "1.2 to inf", "1.29, 95 % sure between 1.20 and 50.80"},
+      {"everything was read", "1.3", "1.3 to 1.3 skipped: 0", "1.29"},
+      {"but for a block", "1.3", "1.3 to 1.3 skipped: 1", "1.29" + missing},
+  };
+  const string line = "part 0: detection finished ratio: ", behind = " blocks: 9 bytes: 9 95%: ";
+  for (const auto& row : rows) {
+    scratch.write(result, line + row.ratio + behind + row.interval + "\n");
+    EXPECT_EQ(scratch.run("overall.sh data"), "Overall ratio " + row.told + ".\n") << row.why;
+  }
+  for (const string unusable : {"x", "0.0", ("1.3\n" + line + "1.3").c_str()}) {
+    scratch.write(result, line + unusable + "\n");
+    EXPECT_EQ(scratch.run("overall.sh data"), noRatio) << unusable;
+  }
+  scratch.write(result, kResult);
+  scratch.write(log, kLog + "detect_directory_left_out_count is: 1\n");
+  EXPECT_EQ(scratch.run("overall.sh data"), "Overall ratio 1.29" + missing + ".\n");
+  scratch.write(log, kLog + kLog);
+  EXPECT_EQ(scratch.run("overall.sh data; overall.sh /no"),
+            "overall.sh: no usable figures in ./" + log +
+                "\noverall.sh: no figures of /no here: cannot read ./no_file_info.log\nstatus 1\n");
 }
 
 TEST_F(Run, AToolEndsBySignalsThatTheEstimatorOutlives) {

@@ -60,59 +60,44 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
   const Scratch scratch;
   // Eleven directories that cannot be listed, and in the twelfth a file that cannot be sized.
   scratch.run("mkdir -p $(seq -f 't\33ee/%g' 12); cd t*; touch 12/file; chmod 0 *; chmod +r 12");
-  // By their inode numbers.
-  const string ten = scratch.run(
-      "ls -i t* | sort -n | awk '{ sub(12, \"12/file\", $2); "
-      "print \"kel_evaluation_tool: cannot read t?ee/\" $2 \": Permission denied\" }' | head");
-  // Root is kept from reading everything.
+  // In the order of their inode numbers; root is kept from reading everything.
+  const string ten = scratch.run("ls -i t* | sort -n | head | sed 's,.* ,,; s,12,12/file,'");
   const string told = scratch.run(
       "[ $(id -u) != 0 ] || limited='setpriv --bounding-set -dac_override,-dac_read_search'; "
       "$limited kel_evaluation_tool t* a");
   const string missing = "12 directories or files could not be read; what they hold is missing";
-  EXPECT_EQ(told,
-            "Surveyed t?ee: files: 0, directories: 13, size: 0.00 KiB (allocated: 0.00 KiB); " +
-                missing + ".\n" + ten + "kel_evaluation_tool: and 2 more: in all " + missing +
-                "\nstatus 2\n");
+  EXPECT_EQ(
+      told,
+      "Surveyed t?ee: files: 0, directories: 13, size: 0.00 KiB (allocated: 0.00 KiB); " + missing +
+          ".\n" +
+          replaced(ten, "(.*)\n", "kel_evaluation_tool: cannot read t?ee/$1: Permission denied\n") +
+          "kel_evaluation_tool: and 2 more: in all " + missing + "\nstatus 2\n");
   EXPECT_TRUE(scratch.read(kLogName).ends_with("\ndetect_directory_left_out_count is: 12\n"));
 }
 
-TEST(Survey, SaysHowLargeAndWhereThatMisleads) {
+TEST(Survey, SaysWhereTheSizeMisleads) {
   const Scratch scratch;
+  const string usual = "1.11 MiB (allocated: 1.00 MiB), nothing left out.\n";
   const string holes =
-      "; the rest is holes or already compressed by the file system, and lifts the ratio)";
-  const double GiB = 1024.0 * 1024 * 1024;
-  const struct {
-    string why;
-    double size;  // of a file to which a mebibyte is allocated
-    string told;
-  } rows[] = {
-      {.why = "all is allocated", .size = GiB / 1024, .told = "1.00 MiB (allocated: 1.00 MiB)"},
-      {.why = "90.1 %", .size = GiB / 1024 / 0.901, .told = "1.11 MiB (allocated: 1.00 MiB)"},
-      {.why = "89.9 %",
-       .size = GiB / 1024 / 0.899,
-       .told = "1.11 MiB (allocated: 1.00 MiB" + holes},
-      {.why = "rounded up",
-       .size = 1023.99 * GiB,
-       .told = "1023.99 GiB (allocated: 1.00 MiB" + holes},
-      {.why = "to a unit", .size = 1023.996 * GiB, .told = "1.00 TiB (allocated: 1.00 MiB" + holes},
-  };
-  for (const auto& row : rows) {
-    fs::resize_file(scratch.write("d/file", string(1 << 20, 'x')),
-                    static_cast<std::uintmax_t>(row.size));
-    EXPECT_EQ(scratch.run("kel_evaluation_tool d a"),
-              "Surveyed d: files: 1, directories: 1, size: " + row.told + ", nothing left out.\n")
-        << row.why;
+      " (allocated: 1.00 MiB; the rest is holes or already compressed by the file ";
+  // The size of a file to which a mebibyte is allocated, and what is said of it.
+  const std::pair<double, string> rows[] = {{1048576 / 0.901, usual},
+                                            {1048576 / 0.899, "1.11 MiB" + holes},
+                                            {0x.fffffp40, "1.00 TiB" + holes}};
+  for (const auto& [size, told] : rows) {
+    fs::resize_file(scratch.write("d/file", string(1 << 20, 'x')), std::uintmax_t(size));
+    const string all = scratch.run("kel_evaluation_tool d a");
+    EXPECT_TRUE(all.starts_with("Surveyed d: files: 1, directories: 1, size: " + told)) << all;
   }
 }
 
 TEST(Survey, LeavesNoTraceAndKeepsOutOfTheKernelsFiles) {
   const Scratch scratch;
-  const string file = scratch.write("tree/sub/file", "content");
+  scratch.write("tree/sub/file", "content");
   scratch.run("find tree -exec touch -ad 2001-01-01 {} +; kel_evaluation_tool tree a");
   EXPECT_EQ(scratch.run("find tree -newerat 2001-01-02"), "") << "access times";
-  EXPECT_EQ(scratch.run("kel_evaluation_tool /proc/self a"),
-            "Surveyed /proc/self: files: 0, directories: 0, size: 0.00 KiB (allocated: 0.00 KiB), "
-            "nothing left out.\n");
+  EXPECT_TRUE(scratch.run("kel_evaluation_tool /proc/self a")
+                  .starts_with("Surveyed /proc/self: files: 0, directories: 0, size: 0.00 KiB "));
 }
 
 TEST(Survey, EmptiesItsLogOnceTheCommandLineIsRight) {

@@ -149,7 +149,7 @@ class Survey {
     while (isOpen && (length = getdents64(opened.descriptor(), buffer.data(), buffer.size())) > 0) {
       std::vector<const dirent64*> entries;
       for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
-        entries.push_back(reinterpret_cast<const dirent64*>(&buffer[at]));
+        entries.push_back(reinterpret_cast<const dirent64*>(buffer.data() + at));
       }
       std::sort(entries.begin(), entries.end(),
                 [](const dirent64* a, const dirent64* b) { return a->d_ino < b->d_ino; });

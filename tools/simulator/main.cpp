@@ -20,12 +20,11 @@ constexpr double kDeviations = 2.0;
 constexpr double kUnseenBlocks = 2.25;
 
 // The compression ratio of all data that could be read, bytes before over bytes after, and the ends
-// of its 95 % confidence interval.
+// of its 95 % confidence interval: the ratio itself where everything was read.
 struct Estimate {
   double ratio;
   double low;
-  double high;   // infinite where nothing limits the ratio
-  bool isExact;  // everything was read, so both ends are the ratio
+  double high;  // infinite where nothing limits the ratio
 };
 
 // The variance of a block's compressed share is half the mean squared difference of neighbours in
@@ -39,8 +38,7 @@ Estimate estimateRatio(const SampleTotals& totals) {
   const bool isExact = totals.bytesRead == totals.originalBytes;
   const double error =
       isExact ? 0.0 : kDeviations * std::sqrt((variance + kUnseenBlocks / blocks) / blocks);
-  return {1.0 / share, 1.0 / std::min(share + error, 1.0), 1.0 / std::max(share - error, 0.0),
-          isExact};
+  return {1.0 / share, 1.0 / std::min(share + error, 1.0), 1.0 / std::max(share - error, 0.0)};
 }
 
 std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const Estimate& estimate) {
@@ -68,7 +66,8 @@ std::string sentence(const Options& options, const SampleTotals& totals, const E
   text << std::fixed << std::setprecision(2) << "The data alone, in blocks of "
        << options.blockSize / 1024 << " KiB at zstd level " << kCompressionLevel << ": ratio "
        << estimate.ratio;
-  if (!estimate.isExact) {
+  const bool isExact = estimate.low == estimate.high;
+  if (!isExact) {
     text << ", 95 % sure " << (std::isinf(estimate.high) ? "of at least " : "between ")
          << estimate.low;
     if (!std::isinf(estimate.high)) {
@@ -77,8 +76,7 @@ std::string sentence(const Options& options, const SampleTotals& totals, const E
     text << ", from " << totals.blocks << " blocks";
   }
   if (totals.skippedBlocks == 0) {
-    text << (estimate.isExact ? ", exact: all that was found was read."
-                              : ", all of them readable.");
+    text << (isExact ? ", exact: all that was found was read." : ", all of them readable.");
   } else {
     text << "; "
          << percentText(double(totals.skippedBytes) /

@@ -13,7 +13,7 @@ using std::string;
 
 // Why a row of a test is there, what is given and what is told then, wholly or by its start or end.
 struct Row {
-  string why, given, told;
+  string why, given, told, also = {};  // `also` is given, too
 };
 
 inline string replaced(const string& text, const string& pattern, const string& by) {

@@ -69,7 +69,7 @@ int runEstimation() {
   const double finishedPercent = (processedBytes * 100.0) / totalBytes;
   const TimePoint t3 = now();
 
-  // Adding 0.0 turns a ratio of -0 into 0, which would show an overall ratio of -0.00.
+  // A ratio of -0 would show an overall ratio of -0.00; adding 0.0 makes it 0.
   showEstimationInfo(ratio + 0.0, finishedPercent, detectedSize, fileCount, dirCount);
   showTimeInfo(t2, t3, t0, t1);
   return EXIT_SUCCESS;

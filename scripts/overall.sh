@@ -34,10 +34,11 @@ answer=$(awk '
   FILENAME == ARGV[1] && /detect_directory_size is:/ { take("size", $3) }
   FILENAME == ARGV[1] && /detect_directory_file_count is:/ { take("files", $3) }
   FILENAME == ARGV[1] && /detect_directory_dir_count is:/ { take("directories", $3) }
+  FILENAME == ARGV[1] && /detect_directory_allocated_size is:/ { allocated = $3 }
   FILENAME == ARGV[1] && /detect_directory_left_out_count is:/ { missing += $3 }
   FILENAME == ARGV[2] && /(^|[^A-Za-z0-9_])detection finished([^A-Za-z0-9_]|$)/ {
     take("ratio", $6)
-    if ($11 == "95%:" && $12 != $14) { low = $12; high = $14 }
+    if ($11 == "95%:" && isNumber($12) && $12 != $14) { low = $12; high = $14 }
     if ($15 == "skipped:") missing += $16
   }
   END {
@@ -55,6 +56,8 @@ answer=$(awk '
       most = isNumber(high) ? overall(high) : (size + overhead) / overhead
       text = text sprintf(", 95 %% sure between %.2f and %.2f", overall(low), most)
     }
+    if (isNumber(allocated) && allocated < 0.9 * size)
+      text = text "; holes or data already compressed by the file system lift it"
     print text (missing > 0 ? "; what could not be read is missing." : ".")
   }' "$log" "$result") || fail "$answer"
 echo "$answer"

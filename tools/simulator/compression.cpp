@@ -51,12 +51,8 @@ void compress(Block& block, std::vector<char>& data, std::vector<char>& compress
   block.compressedShare = double(std::min(length, data.size())) / double(data.size());
 }
 
-std::uint64_t scaled(std::uint64_t whole, double share) {
-  return static_cast<std::uint64_t>(std::llround(double(whole) * share));
-}
-
 void add(SampleTotals& totals, const std::vector<Block>& pair) {
-  std::vector<std::uint64_t> shares;
+  std::vector<long long> shares;  // in kShareUnits
   for (const Block& block : pair) {
     if (!block.problem.empty()) {
       const std::string example = block.path + ": " + block.problem;
@@ -68,14 +64,14 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
     ++totals.blocks;
     totals.bytesRead += block.length;
     totals.originalBytes += block.standsFor;
-    totals.compressedBytes += scaled(block.standsFor, block.compressedShare);
-    shares.push_back(scaled(kShareUnits, block.compressedShare));
+    totals.compressedBytes +=
+        static_cast<std::uint64_t>(std::llround(double(block.standsFor) * block.compressedShare));
+    shares.push_back(std::llround(kShareUnits * block.compressedShare));
   }
   if (shares.size() == 2) {
-    const std::uint64_t difference =
-        std::max(shares[0], shares[1]) - std::min(shares[0], shares[1]);
+    const long long difference = shares[0] - shares[1];
     ++totals.pairs;
-    totals.squaredDifferences += difference * difference;
+    totals.squaredDifferences += static_cast<std::uint64_t>(difference * difference);
   }
 }
 

@@ -25,8 +25,7 @@ struct SampleTotals {
 
 constexpr int kCompressionLevel = 1;  // of zstd
 
-// A block's compressed share as a whole number.
-constexpr std::uint64_t kShareUnits = 65536;
+constexpr double kShareUnits = 65536.0;  // make a block's compressed share a whole number
 
 // What the operator reads while the sample is compressed, `share` of it being done.
 std::string progressText(double share, std::chrono::duration<double> elapsed);

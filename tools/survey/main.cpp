@@ -13,7 +13,6 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -43,15 +42,13 @@ struct Figures {
   std::atomic<std::uint64_t> leftOut = 0;
 };
 
-// What a directory holds and is not yet written.
-struct Directory;
-struct Findings {
-  std::string records;  // of the list
-  std::vector<std::string> problems;
-  std::list<Directory> inside;
-};
-
 struct Directory {
+  struct Findings {
+    std::string records;  // of the list
+    std::vector<std::string> problems;
+    std::list<Directory> inside;
+  };
+
   std::string path;
   dev_t device;                                  // of its parent, until it is opened
   std::unique_ptr<Findings> findings = nullptr;  // there once a thread has taken it
@@ -60,9 +57,8 @@ struct Directory {
 
 std::string leftOutText(std::uint64_t count) {
   return std::to_string(count) +
-         (count == 1 ? " directory or file could not be read; what it holds"
-                     : " directories or files could not be read; what they hold") +
-         " is missing";
+         (count == 1 ? " directory or file could not be read; what it holds is missing"
+                     : " directories or files could not be read; what they hold is missing");
 }
 
 // There the kernel shows itself, with sizes that no storage holds.
@@ -123,15 +119,13 @@ class Survey {
   std::list<Directory>::iterator take(Workers::Lock& lock) {
     auto first = directories_.end();
     workers_.wait(lock, [&] {
-      first =
-          std::find_if(directories_.begin(), directories_.end(),
-                       [](const Directory& directory) { return directory.findings == nullptr; });
+      first = std::ranges::find_if(directories_, std::logical_not(), &Directory::findings);
       return directories_.empty() ||
              (first != directories_.end() &&
               std::distance(directories_.begin(), first) < kDirectoriesAhead);
     });
     if (first != directories_.end()) {
-      first->findings = std::make_unique<Findings>();
+      first->findings = std::make_unique<Directory::Findings>();
     }
     return first;
   }
@@ -151,8 +145,7 @@ class Survey {
       for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
         entries.push_back(reinterpret_cast<const dirent64*>(buffer.data() + at));
       }
-      std::sort(entries.begin(), entries.end(),
-                [](const dirent64* a, const dirent64* b) { return a->d_ino < b->d_ino; });
+      std::ranges::sort(entries, {}, &dirent64::d_ino);
       for (const dirent64* const entry : entries) {
         visit(*entry, directory, opened.descriptor());
       }
@@ -169,8 +162,8 @@ class Survey {
   }
 
   void visit(const dirent64& entry, Directory& parent, int descriptor) {
-    const std::string_view name = entry.d_name;
-    const std::string path = parent.path + (parent.path.ends_with('/') ? "" : "/") + entry.d_name;
+    const std::string name = entry.d_name;
+    const std::string path = parent.path + (parent.path.ends_with('/') ? "" : "/") + name;
     struct stat status {};
     status.st_mode = DTTOIF(entry.d_type);
     // Some file systems leave the type unknown.
@@ -203,7 +196,7 @@ class Survey {
   }
 
   // Under the lock, for the directory at the front.
-  void write(Findings& found) {
+  void write(Directory::Findings& found) {
     list_.append(std::exchange(found.records, {}));
     for (const std::string& problem : std::exchange(found.problems, {})) {
       if (named_++ < kMostNamed) {

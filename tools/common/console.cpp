@@ -7,6 +7,8 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <system_error>
 
 namespace {
@@ -41,10 +43,15 @@ void say(const std::string& sentence) {
   }
 }
 
+std::string decimal(double number, int digits) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(digits) << number;
+  return text.str();
+}
+
 void drawProgress(const std::string& text) {
-  // Saves the cursor and restores it, since an operator who types moves it, and stops wrapping in
-  // between, which at the edge of the terminal could scroll. In one piece, so that nothing comes
-  // between.
+  // Restores the cursor, which an operator who types moves, and does not wrap, which could scroll
+  // at the edge. In one piece, so that nothing comes between.
   drawOnTerminal("\033[J\0337\033[?7l [" + text + "]\033[?7h\0338");
 }
 

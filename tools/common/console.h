@@ -16,6 +16,9 @@ void complain(const std::string& message);
 // Throws std::system_error when it cannot be written.
 void say(const std::string& sentence);
 
+// The number with so many digits behind the point; "inf" where it has no bounds.
+std::string decimal(double number, int digits);
+
 // A text on standard error that is drawn over and over, once in an interval, and erased at the end.
 // It shows only on a terminal, behind the cursor, which stays where it is.
 constexpr std::chrono::milliseconds kRedrawInterval(200);

@@ -1,18 +1,14 @@
 #include "simulator/compression.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 #include <zstd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <stdexcept>
-#include <vector>
 
-#include "common/files.h"
 #include "common/workers.h"
 
 namespace {

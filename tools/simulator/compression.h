@@ -1,8 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
-#include <string>
 
 #include "simulator/sample.h"
 

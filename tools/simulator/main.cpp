@@ -1,14 +1,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <exception>
-#include <iomanip>
-#include <sstream>
 #include <stdexcept>
 
 #include "common/console.h"
 #include "simulator/compression.h"
-#include "simulator/options.h"
 
 namespace {
 
@@ -42,70 +38,57 @@ Estimate estimateRatio(const SampleTotals& totals) {
 }
 
 std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const Estimate& estimate) {
-  std::ostringstream line;
-  line << std::fixed << std::setprecision(4) << "part " << part
-       << ": detection finished ratio: " << estimate.ratio << " blocks: " << totals.blocks
-       << " bytes: " << totals.bytesRead << " 95%: " << estimate.low << " to " << estimate.high
-       << " skipped: " << totals.skippedBlocks << "\n";
-  return line.str();
+  return "part " + std::to_string(part) +
+         ": detection finished ratio: " + decimal(estimate.ratio, 4) +
+         " blocks: " + std::to_string(totals.blocks) +
+         " bytes: " + std::to_string(totals.bytesRead) + " 95%: " + decimal(estimate.low, 4) +
+         " to " + decimal(estimate.high, 4) + " skipped: " + std::to_string(totals.skippedBlocks) +
+         "\n";
 }
 
 // A share that is not quite all, or hardly anything, is not told as either.
 std::string percentText(double percent) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(1)
-       << (percent < 0.1    ? "less than "
-           : percent > 99.9 ? "more than "
-                            : "")
-       << std::clamp(percent, 0.1, 99.9) << " %";
-  return text.str();
+  const char* const bound = percent < 0.1 ? "less than " : percent > 99.9 ? "more than " : "";
+  return bound + decimal(std::clamp(percent, 0.1, 99.9), 1) + " %";
 }
 
 std::string sentence(const Options& options, const SampleTotals& totals, const Estimate& estimate) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(2) << "The data alone, in blocks of "
-       << options.blockSize / 1024 << " KiB at zstd level " << kCompressionLevel << ": ratio "
-       << estimate.ratio;
+  std::string text = "The data alone, in blocks of " + std::to_string(options.blockSize / 1024) +
+                     " KiB at zstd level " + std::to_string(kCompressionLevel) + ": ratio " +
+                     decimal(estimate.ratio, 2);
   const bool isExact = estimate.low == estimate.high;
   if (!isExact) {
-    text << ", 95 % sure " << (std::isinf(estimate.high) ? "of at least " : "between ")
-         << estimate.low;
-    if (!std::isinf(estimate.high)) {
-      text << " and " << estimate.high;
-    }
-    text << ", from " << totals.blocks << " blocks";
+    const std::string low = decimal(estimate.low, 2);
+    text += ", 95 % sure " +
+            (std::isinf(estimate.high) ? "of at least " + low
+                                       : "between " + low + " and " + decimal(estimate.high, 2)) +
+            ", from " + std::to_string(totals.blocks) + " blocks";
   }
   if (totals.skippedBlocks == 0) {
-    text << (isExact ? ", exact: all that was found was read." : ", all of them readable.");
-  } else {
-    text << "; "
-         << percentText(double(totals.skippedBytes) /
-                        double(totals.skippedBytes + totals.originalBytes) * 100.0)
-         << " of the data found could not be read (blocks: " << totals.skippedBlocks << ", such as "
-         << totals.skippedExample << "): the ratio speaks for the rest only.";
+    return text + (isExact ? ", exact: all that was found was read." : ", all of them readable.");
   }
-  return text.str();
-}
-
-int simulate(Options options) {
-  const SampleTotals totals = compressSample(options);
-  if (totals.blocks == 0) {
-    throw std::runtime_error(totals.skippedBlocks == 0
-                                 ? "no data to sample in " + options.listName
-                                 : "nothing could be read, such as " + totals.skippedExample);
-  }
-  const Estimate estimate = estimateRatio(totals);
-  say(sentence(options, totals, estimate));
-  options.result.append(finishedLine(options.part, totals, estimate));
-  options.result.finish();
-  return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
+  const auto found = double(totals.skippedBytes + totals.originalBytes);
+  return text + "; " + percentText(double(totals.skippedBytes) / found * 100.0) +
+         " of the data found could not be read (blocks: " + std::to_string(totals.skippedBlocks) +
+         ", such as " + totals.skippedExample + "): the ratio speaks for the rest only.";
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
-    return simulate(readOptions(argc, argv));
+    Options options = readOptions(argc, argv);
+    const SampleTotals totals = compressSample(options);
+    if (totals.blocks == 0) {
+      throw std::runtime_error(totals.skippedBlocks == 0
+                                   ? "no data to sample in " + options.listName
+                                   : "nothing could be read, such as " + totals.skippedExample);
+    }
+    const Estimate estimate = estimateRatio(totals);
+    say(sentence(options, totals, estimate));
+    options.result.append(finishedLine(options.part, totals, estimate));
+    options.result.finish();
+    return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

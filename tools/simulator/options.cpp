@@ -20,10 +20,6 @@ constexpr long long kMostThreads = 256;  // each takes memory for its own block
 using OptionTexts = std::map<std::string, std::string>;
 
 OptionTexts readTexts(int argc, char** argv) {
-  std::string usage = "usage: kel_sim_test";
-  for (const auto& [option, value] : kOptions) {
-    usage += std::string(" ") + option + " " + value;
-  }
   OptionTexts texts;
   for (int i = 1; i + 1 < argc; i += 2) {
     texts[argv[i]] = argv[i + 1];
@@ -32,13 +28,16 @@ OptionTexts readTexts(int argc, char** argv) {
     // A size that nobody found is no word on the command line: the next option takes its place.
     throw std::runtime_error("no total size: the survey left no figures");
   }
+  std::string missing;
+  std::string usage = "usage: kel_sim_test";
   for (const auto& [option, value] : kOptions) {
-    if (texts[option].empty()) {
-      throw std::runtime_error(std::string("option ") + option + " is missing; " + usage);
+    usage += std::string(" ") + option + " " + value;
+    if (missing.empty() && texts[option].empty()) {
+      missing = std::string("option ") + option + " is missing; ";
     }
   }
-  if (argc % 2 == 0 || texts.size() != std::size(kOptions)) {
-    throw std::runtime_error(usage);
+  if (!missing.empty() || argc % 2 == 0 || texts.size() != std::size(kOptions)) {
+    throw std::runtime_error(missing + usage);
   }
   return texts;
 }
@@ -68,11 +67,10 @@ std::uint64_t wholeNumber(const OptionTexts& texts, const char* option, std::uin
 
 Options readOptions(int argc, char** argv) {
   const OptionTexts texts = readTexts(argc, argv);
-  Output result(texts.at("-l"));
   // The leading integer, since what an operator typed comes here unchanged.
   const long long threads = std::strtoll(texts.at("-t").c_str(), nullptr, 10);
   return {
-      .result = std::move(result),
+      .result = Output(texts.at("-l")),  // first
       .listName = texts.at("-f"),
       .blockSize = wholeNumber(texts, "-s", 1, 65536) * 1024,
       .fraction = numberFrom(texts, "-r", std::nextafter(0.0, 1.0), 1.0, "above 0 and at most 1"),

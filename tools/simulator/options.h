@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "common/files.h"
 
 // What the simulator is asked to do.

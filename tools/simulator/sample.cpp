@@ -8,8 +8,7 @@
 
 namespace {
 
-// Data of at most this many times the fewest blocks is read whole, which takes no time.
-constexpr double kLittleData = 16.0;
+constexpr double kLittleData = 16.0;  // times the fewest blocks, which are soon read whole
 
 // Neighbouring strata may pick the same block. With this many for each of the fewest blocks, at
 // least as many different ones are picked.
@@ -41,9 +40,8 @@ Sample::Sample(const Options& options)
   const double wanted = options.fraction * double(options.totalBytes);
   if (options.fraction < 1.0 && bytes > wanted &&
       bytes > kLittleData * fewestBlocks * double(blockSize_)) {
-    // In strata of the length L, a block of the length l is picked with the chance l / L and has l
-    // bytes to be read. To read the bytes that are wanted, L is the sum of l * l over all blocks,
-    // divided by them.
+    // Strata of the length L pick a block of the length l with the chance l / L, so they read the
+    // sum of l * l over all blocks, divided by L.
     const double shortest = std::ceil(bytes / (kMostStrata * fewestBlocks));
     const double longest = bytes / (kFewestStrata * fewestBlocks);
     stratumLength_ =
@@ -77,12 +75,11 @@ Block Sample::nextBlock() {
   Block block = {file_.path, offset, std::min(blockSize_, file_.size - offset)};
   const std::uint64_t end = fileStart_ + offset + block.length;
   // Stands for itself, or for all strata whose byte lies in it.
+  const std::uint64_t start = done_;
   do {
-    const std::uint64_t part =
-        stratumLength_ == 0 ? block.length : std::min(stratumLength_, dataBytes_ - done_);
-    block.standsFor += part;
-    done_ += part;
+    done_ += stratumLength_ == 0 ? block.length : std::min(stratumLength_, dataBytes_ - done_);
     drawByte();
   } while (done_ < dataBytes_ && drawn_ < end);
+  block.standsFor = done_ - start;
   return block;
 }

@@ -1,12 +1,8 @@
 #pragma once
 
-#include <cstdint>
-#include <fstream>
 #include <random>
-#include <string>
 #include <vector>
 
-#include "common/files.h"
 #include "simulator/options.h"
 
 // A block of the sample and what comes of it; lengths in bytes. Blocks are counted from the start
@@ -20,9 +16,9 @@ struct Block {
   std::string problem = {};      // why it could not be read, if so
 };
 
-// The sample. The bytes of all listed files are laid end to end and cut into strata of equal
-// length. One random byte in each stratum picks the block that it lies in, which then stands for
-// the stratum. Where everything is to be read, each block stands for itself.
+// The bytes of all listed files are laid end to end and cut into strata of equal length. A random
+// byte of each picks the block around it, which stands for the stratum, or for itself where all is
+// to be read.
 class Sample {
  public:
   // Throws std::runtime_error when the list cannot be used.

@@ -1,6 +1,5 @@
 #include <dirent.h>
 #include <linux/magic.h>
-#include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
@@ -8,10 +7,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <iomanip>
 #include <list>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -68,15 +65,12 @@ bool isOfTheKernel(int directory) {
          (fileSystem.f_type == PROC_SUPER_MAGIC || fileSystem.f_type == SYSFS_MAGIC);
 }
 
-// Walks a tree without following the symbolic links in it, and lists its files. Several threads
-// read a directory each, its entries in the order of their inode numbers, as they lie on a disk.
-//
-// The list has one order nevertheless: the files of a directory, then each of its directories in
-// the same way. So the directories still to be written stand in a linked list, in this order. A
-// thread takes the first that nobody has taken and puts the directories found in it right behind
-// it; those at the front that are read are written and dropped. A directory with more records than
-// it may hold back waits for its turn at the front. The front itself waits for nobody: a thread
-// reads it, or it is the first that the next one takes.
+// Walks a tree without following the symbolic links in it, and lists the files of a directory, then
+// each of its directories in the same way. The directories still to be written stand in this order.
+// Several threads read a directory each: the first that nobody has taken. What is found in it comes
+// right behind it; those at the front that are read are written and dropped. One with more records
+// than it may hold back waits for its turn at the front. The front itself waits for nobody: a
+// thread reads it, or it is the first that the next one takes.
 class Survey {
  public:
   // Neither of the survey's own two files counts.
@@ -145,6 +139,7 @@ class Survey {
       for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
         entries.push_back(reinterpret_cast<const dirent64*>(buffer.data() + at));
       }
+      // As they lie on most disks.
       std::ranges::sort(entries, {}, &dirent64::d_ino);
       for (const dirent64* const entry : entries) {
         visit(*entry, directory, opened.descriptor());
@@ -221,9 +216,7 @@ std::string sizeText(std::uint64_t bytes) {
   for (; size >= 1023.995; ++unit) {
     size /= 1024.0;
   }
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(2) << size << ' ' << *unit << "iB";
-  return text.str();
+  return decimal(size, 2) + ' ' + *unit + "iB";
 }
 
 std::string sentence(const std::string& directory, const Figures& figures) {
@@ -238,25 +231,6 @@ std::string sentence(const std::string& directory, const Figures& figures) {
                                       : "); " + leftOutText(figures.leftOut) + ".");
 }
 
-int survey(const std::string& directory, const std::string& aliasName) {
-  umask(077);  // the list names what lies in private directories, too
-  Output infoLog(aliasName + "_file_info.log");
-  Output list(aliasName + "_file_type_file_list_new.log");
-  Survey survey(directory, infoLog, list);
-  const Figures& figures = survey.run();
-  list.finish();
-  say(sentence(directory, figures));
-  std::ostringstream log;
-  log << "detect_directory_size is: " << figures.bytes
-      << "\ndetect_directory_file_count is: " << figures.files
-      << "\ndetect_directory_dir_count is: " << figures.directories
-      << "\ndetect_directory_allocated_size is: " << figures.allocatedBytes
-      << "\ndetect_directory_left_out_count is: " << figures.leftOut << "\n";
-  infoLog.append(log.str());
-  infoLog.finish();
-  return figures.leftOut == 0 ? EXIT_SUCCESS : kPartialResult;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -264,7 +238,23 @@ int main(int argc, char** argv) {
     if (argc != 3) {
       throw std::runtime_error("usage: kel_evaluation_tool <directory> <aliasName>");
     }
-    return survey(argv[1], argv[2]);
+    const std::string directory = argv[1];
+    const std::string aliasName = argv[2];
+    umask(077);  // the list names what lies in private directories, too
+    Output infoLog(aliasName + "_file_info.log");
+    Output list(aliasName + "_file_type_file_list_new.log");
+    Survey survey(directory, infoLog, list);
+    const Figures& figures = survey.run();
+    list.finish();
+    say(sentence(directory, figures));
+    infoLog.append(
+        "detect_directory_size is: " + std::to_string(figures.bytes) +
+        "\ndetect_directory_file_count is: " + std::to_string(figures.files) +
+        "\ndetect_directory_dir_count is: " + std::to_string(figures.directories) +
+        "\ndetect_directory_allocated_size is: " + std::to_string(figures.allocatedBytes) +
+        "\ndetect_directory_left_out_count is: " + std::to_string(figures.leftOut) + "\n");
+    infoLog.finish();
+    return figures.leftOut == 0 ? EXIT_SUCCESS : kPartialResult;
   } catch (const std::exception& error) {
     complain(error.what());
     return EXIT_FAILURE;

@@ -21,7 +21,7 @@ void drawOnTerminal(const std::string& drawing) {
 
 std::string withoutControls(std::string text) {
   const auto isControl = [](unsigned char c) { return std::iscntrl(c) != 0; };
-  std::replace_if(text.begin(), text.end(), isControl, '?');
+  std::ranges::replace_if(text, isControl, '?');
   return text;
 }
 

@@ -6,8 +6,7 @@
 // What a tool tells its operator. In messages ASCII control characters, which a terminal would
 // obey, are shown as "?".
 
-// The exit status when there are figures, but something could not be read.
-constexpr int kPartialResult = 2;
+constexpr int kPartialResult = 2;  // exit status: figures, but something could not be read
 
 // Prints "<program>: <message>" and a line end on standard error.
 void complain(const std::string& message);

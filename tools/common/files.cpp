@@ -46,10 +46,6 @@ Output::Output(std::string name) : name_(std::move(name)) {
   stat(name_.c_str(), &status_);
 }
 
-bool Output::isSameFile(const struct stat& other) const {
-  return other.st_ino == status_.st_ino && other.st_dev == status_.st_dev;
-}
-
 void Output::append(const std::string& text) {
   file_ << text;
   requireWritten();

@@ -26,15 +26,16 @@ class OpenFile {
   int descriptor_ = AT_FDCWD;
 };
 
-// A file that a tool writes. It is opened before the work, so that one which cannot be written
-// costs no time and no earlier figures stand from there on. All functions throw std::system_error
-// on failure; a file that was opened is empty then.
+// A file that a tool writes, opened before the work so that no earlier figures stand from there on.
+// All functions throw std::system_error on failure; a file that was opened is empty then.
 class Output {
  public:
   // Creates or empties `name`, as ">" does in a shell.
   explicit Output(std::string name);
 
-  [[nodiscard]] bool isSameFile(const struct stat& other) const;
+  [[nodiscard]] bool isSameFile(const struct stat& other) const {
+    return other.st_ino == status_.st_ino && other.st_dev == status_.st_dev;
+  }
 
   // What was appended is written in pieces of some kilobytes, the last of them when it is finished.
   void append(const std::string& text);

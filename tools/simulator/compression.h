@@ -14,9 +14,7 @@ struct SampleTotals {
   std::uint64_t pairs = 0;            // of neighbours, both read
   // The differences of the compressed shares within each pair, in kShareUnits, squared and added.
   std::uint64_t squaredDifferences = 0;
-
-  // What could not be read.
-  std::uint64_t skippedBlocks = 0;
+  std::uint64_t skippedBlocks = 0;  // that could not be read
   std::uint64_t skippedBytes = 0;   // of the data that they stand for
   std::string skippedExample = {};  // a path and the system's reason
 };

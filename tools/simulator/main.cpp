@@ -46,12 +46,6 @@ std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const E
          "\n";
 }
 
-// A share that is not quite all, or hardly anything, is not told as either.
-std::string percentText(double percent) {
-  const char* const bound = percent < 0.1 ? "less than " : percent > 99.9 ? "more than " : "";
-  return bound + decimal(std::clamp(percent, 0.1, 99.9), 1) + " %";
-}
-
 std::string sentence(const Options& options, const SampleTotals& totals, const Estimate& estimate) {
   std::string text = "The data alone, in blocks of " + std::to_string(options.blockSize / 1024) +
                      " KiB at zstd level " + std::to_string(kCompressionLevel) + ": ratio " +
@@ -68,8 +62,11 @@ std::string sentence(const Options& options, const SampleTotals& totals, const E
     return text + (isExact ? ", exact: all that was found was read." : ", all of them readable.");
   }
   const auto found = double(totals.skippedBytes + totals.originalBytes);
-  return text + "; " + percentText(double(totals.skippedBytes) / found * 100.0) +
-         " of the data found could not be read (blocks: " + std::to_string(totals.skippedBlocks) +
+  const double percent = double(totals.skippedBytes) / found * 100.0;
+  // A share that is not quite all, or hardly anything, is not told as either.
+  text += percent < 0.1 ? "; less than " : percent > 99.9 ? "; more than " : "; ";
+  return text + decimal(std::clamp(percent, 0.1, 99.9), 1) +
+         " % of the data found could not be read (blocks: " + std::to_string(totals.skippedBlocks) +
          ", such as " + totals.skippedExample + "): the ratio speaks for the rest only.";
 }
 

@@ -70,7 +70,7 @@ Options readOptions(int argc, char** argv) {
   // The leading integer, since what an operator typed comes here unchanged.
   const long long threads = std::strtoll(texts.at("-t").c_str(), nullptr, 10);
   return {
-      .result = Output(texts.at("-l")),  // first
+      .result = Output(texts.at("-l")),  // before a bad value
       .listName = texts.at("-f"),
       .blockSize = wholeNumber(texts, "-s", 1, 65536) * 1024,
       .fraction = numberFrom(texts, "-r", std::nextafter(0.0, 1.0), 1.0, "above 0 and at most 1"),

@@ -8,10 +8,9 @@
 
 namespace {
 
-constexpr double kLittleData = 16.0;  // times the fewest blocks, which are soon read whole
+constexpr double kLittleData = 16.0;  // times the fewest blocks, soon read whole
 
-// Neighbouring strata may pick the same block. With this many for each of the fewest blocks, at
-// least as many different ones are picked.
+// For each of the fewest blocks, since two neighbouring strata may pick the same block.
 constexpr double kFewestStrata = 2.0;
 
 // The error of a ratio depends on the blocks, not on the data that they are drawn from. From this

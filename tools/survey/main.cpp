@@ -1,7 +1,6 @@
 #include <dirent.h>
 #include <linux/magic.h>
 #include <sys/vfs.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -29,14 +28,12 @@ constexpr int kMostNamed = 10;          // more would scroll the report away
 // With less of the size allocated, what is missing lifts the ratio visibly.
 constexpr double kUsualAllocation = 0.9;
 
-// Regular files, their sizes and the storage allocated to them in bytes, directories, the surveyed
-// one included, and how many of both were found but could not be read.
 struct Figures {
-  std::atomic<std::uint64_t> bytes = 0;
-  std::atomic<std::uint64_t> allocatedBytes = 0;
+  std::atomic<std::uint64_t> bytes = 0;           // of the regular files
+  std::atomic<std::uint64_t> allocatedBytes = 0;  // of storage, to them
   std::atomic<std::uint64_t> files = 0;
-  std::atomic<std::uint64_t> directories = 0;
-  std::atomic<std::uint64_t> leftOut = 0;
+  std::atomic<std::uint64_t> directories = 0;  // the surveyed one included
+  std::atomic<std::uint64_t> leftOut = 0;      // of both, that were found but could not be read
 };
 
 struct Directory {
@@ -96,6 +93,7 @@ class Survey {
   void work(Workers::Lock& lock) {
     std::vector<char> buffer(kEntriesAtOnce);
     for (auto taken = take(lock); taken != directories_.end(); taken = take(lock)) {
+      taken->findings = std::make_unique<Directory::Findings>();
       lock.unlock();
       readDirectory(*taken, buffer, lock);
       lock.lock();
@@ -114,13 +112,9 @@ class Survey {
     auto first = directories_.end();
     workers_.wait(lock, [&] {
       first = std::ranges::find_if(directories_, std::logical_not(), &Directory::findings);
-      return directories_.empty() ||
-             (first != directories_.end() &&
-              std::distance(directories_.begin(), first) < kDirectoriesAhead);
+      const auto ahead = std::distance(directories_.begin(), first);
+      return directories_.empty() || (first != directories_.end() && ahead < kDirectoriesAhead);
     });
-    if (first != directories_.end()) {
-      first->findings = std::make_unique<Directory::Findings>();
-    }
     return first;
   }
 

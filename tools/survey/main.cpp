@@ -154,7 +154,7 @@ class Survey {
     const std::string name = entry.d_name;
     const std::string path = parent.path + (parent.path.ends_with('/') ? "" : "/") + name;
     struct stat status {};
-    status.st_mode = DTTOIF(entry.d_type);
+    status.st_mode = static_cast<mode_t>(DTTOIF(entry.d_type));
     // Some file systems leave the type unknown.
     if ((entry.d_type == DT_REG || entry.d_type == DT_UNKNOWN) &&
         fstatat(descriptor, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {

@@ -20,6 +20,10 @@ inline string replaced(const string& text, const string& pattern, const string& 
   return std::regex_replace(text, std::regex(pattern), by);
 }
 
+inline double numberBehind(const string& text, const string& name) {
+  return std::stod(text.substr(text.find(name + " ") + name.size()));
+}
+
 // A folder of its own for each test, gone afterwards, however deep. What its runs need lies beside.
 struct Scratch {
   Scratch() {

@@ -67,10 +67,11 @@ std::uint64_t wholeNumber(const OptionTexts& texts, const char* option, std::uin
 
 Options readOptions(int argc, char** argv) {
   const OptionTexts texts = readTexts(argc, argv);
+  Output result(texts.at("-l"));
   // The leading integer, since what an operator typed comes here unchanged.
   const long long threads = std::strtoll(texts.at("-t").c_str(), nullptr, 10);
   return {
-      .result = Output(texts.at("-l")),  // before a bad value
+      .result = std::move(result),
       .listName = texts.at("-f"),
       .blockSize = wholeNumber(texts, "-s", 1, 65536) * 1024,
       .fraction = numberFrom(texts, "-r", std::nextafter(0.0, 1.0), 1.0, "above 0 and at most 1"),

@@ -63,11 +63,11 @@ bool isOfTheKernel(int directory) {
 }
 
 // Walks a tree without following the symbolic links in it, and lists the files of a directory, then
-// each of its directories in the same way. The directories still to be written stand in this order.
-// Several threads read a directory each: the first that nobody has taken. What is found in it comes
-// right behind it; those at the front that are read are written and dropped. One with more records
-// than it may hold back waits for its turn at the front. The front itself waits for nobody: a
-// thread reads it, or it is the first that the next one takes.
+// each of its directories in the same way, whatever the threads do. The directories still to be
+// written stand in this order. A thread takes the first that nobody has taken, and what is found in
+// it comes right behind it; those at the front that are read are written and dropped. One with more
+// records than it may hold back waits for its turn at the front. The front itself waits for nobody:
+// a thread reads it, or it is the first that the next one takes.
 class Survey {
  public:
   // Neither of the survey's own two files counts.

@@ -23,6 +23,7 @@ constexpr unsigned kThreads = 8;        // storage that answers late answers as 
 constexpr int kDirectoriesAhead = 64;   // of the front, so that a disk's head stays near it
 constexpr int kEntriesAtOnce = 262144;  // bytes, some 8,000 entries, that are put in order
 constexpr int kMostHeldBack = 1048576;  // bytes of the list, by a directory behind the front
+constexpr int kMostHeld = 33554432;     // by all: beyond, only the front is taken
 constexpr int kMostNamed = 10;          // more would scroll the report away
 
 // With less of the size allocated, what is missing lifts the ratio visibly.
@@ -98,8 +99,10 @@ class Survey {
       readDirectory(*taken, buffer, lock);
       lock.lock();
       taken->isRead = true;
+      held_ += taken->findings->records.size();
       directories_.splice(std::next(taken), taken->findings->inside);
       while (!directories_.empty() && directories_.front().isRead) {
+        held_ -= directories_.front().findings->records.size();
         write(*directories_.front().findings);
         directories_.pop_front();
       }
@@ -113,7 +116,8 @@ class Survey {
     workers_.wait(lock, [&] {
       first = std::ranges::find_if(directories_, std::logical_not(), &Directory::findings);
       const auto ahead = std::distance(directories_.begin(), first);
-      return directories_.empty() || (first != directories_.end() && ahead < kDirectoriesAhead);
+      return ahead == 0 ||
+             (first != directories_.end() && ahead < kDirectoriesAhead && held_ < kMostHeld);
     });
     return first;
   }
@@ -199,7 +203,8 @@ class Survey {
   Output& list_;
   Figures figures_;
   Workers workers_;
-  std::list<Directory> directories_;  // still to be written; like the next one under the lock
+  std::list<Directory> directories_;  // still to be written; like the next two under the lock
+  std::size_t held_ = 0;              // bytes of the list, by directories that are read
   int named_ = 0;
 };
 

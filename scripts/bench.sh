@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# bench.sh [--cold] [DIR]: measures over DIR (default /usr) how long an estimate takes, how far it is
-# off and what memory it needs, and ends with a table of the figures. With --cold it empties the
+# bench.sh [--cold] [DIR]: measures over DIR (default /usr) how long an estimate takes, how far it
+# is off and what memory it needs, and ends with a table of the figures. With --cold it empties the
 # file cache, which only root may, and measures without it, too. It needs room for the compressed
 # data of DIR in the folder for temporary files (TMPDIR, else /tmp).
 set -euo pipefail
@@ -98,7 +98,7 @@ if [ -n "$cold" ]; then
   cold_survey=$(seconds 3 "./kel_evaluation_tool $directory $alias_name" --prepare "$cold")
   cold_find=$(seconds 3 "find $directory -type f -printf '%s %p\\0' >found" --prepare "$cold")
   cold_estimate=$(seconds 3 "./kel_estimator <answers" --prepare "$cold")
-  rows="| without a file cache: the survey, against the same \`find\` | $(quotient "$cold_survey" "$cold_find") times ($(quotient "$cold_survey" 1) s, $(quotient "$cold_find" 1) s) |
+  rows="| without a file cache: the survey, against the same \`find\` | $(quotient "$cold_survey" "$cold_find") times as long ($(quotient "$cold_survey" 1) s, $(quotient "$cold_find" 1) s) |
 | without a file cache: the whole estimate | $(quotient "$cold_estimate" 1) s |
 "
 fi
@@ -116,7 +116,7 @@ $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) 
 
 | what | measured |
 |---|---|
-| the survey, against \`find DIR -type f -printf '%s %p\\0' >FILE\` | $(quotient "$survey" "$find") times ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
+| the survey, against \`find DIR -type f -printf '%s %p\\0' >FILE\` | $(quotient "$survey" "$find") times as long ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
 | the whole estimate, against \`tar cf - DIR \\| zstd -1 -T$threads \\| wc -c\` | $(quotient "$compression" "$estimate") times as fast ($(quotient "$estimate" 1) s, $(quotient "$compression" 1) s) |
 | the sampled ratio of $parts parts, against reading everything ($exact): usual error | $deviation |
 | the same, the worst of them | $worst |

@@ -1,12 +1,12 @@
 #!/bin/sh
-# overall.sh DIR: prints the overall compression ratio of DIR by the estimator's formula, without its
-# cap and with its 95 % interval, from the figures that the last run in this folder left. DIR is
+# overall.sh DIR: prints the overall compression ratio of DIR by the estimator's formula, without
+# its cap and with its 95 % interval, from the figures that the last run in this folder left. DIR is
 # typed as to the estimator.
 LC_ALL=C
 export LC_ALL
 
 fail() {
-  echo "overall.sh: $1" >&2
+  printf 'overall.sh: %s\n' "$1" >&2
   exit 1
 }
 
@@ -60,4 +60,4 @@ answer=$(awk '
       text = text "; holes or data already compressed by the file system lift it"
     print text (missing > 0 ? "; what could not be read is missing." : ".")
   }' "$log" "$result") || fail "$answer"
-echo "$answer"
+printf '%s\n' "$answer"

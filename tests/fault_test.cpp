@@ -8,11 +8,12 @@ TEST(Fault, OfASystemCallIsToldAndLeavesNoFalseFigure) {
   const string tree = scratch.write("tree/sub/file", "content").parent_path().parent_path();
   scratch.write("list", string("7 tree/sub/file\0", 16));
   scratch.write("answers", "y " + tree + " 2");
+  scratch.run("cd tree; touch $(seq -f %0100g 100)");  // so that the list is written in two pieces
   scratch.run("cp '" PROGRAMS "'/kel_* .");
   if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
 
   // `given` is a call, by its names on all machines, its error and where or when it strikes; `told`
-  // is the end of a ^, all that is told then, and the figures that a tool leaves.
+  // ends what is told then and the figures that a tool leaves, and behind a ^ is all of it.
   const auto strike = [&scratch](const string& program, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
       scratch.run("rm -f a_file_info.log result");

@@ -137,6 +137,7 @@ TEST_F(Run, OverallTellsTheRatioWithoutTheCapAndWithItsError) {
   const string noRatio = "overall.sh: no usable ratio in ./" + result + "\nstatus 1\n";
   const string missing = "Overall ratio 1.38; what could not be read is missing.\n";
   const string sure = ", 95 % sure between ";
+  const string holes = "; holes or data already compressed by the file system lift it.\n";
   // The result from the ratio on, and what follows in the log. The overall ratio is
   // 22 / (18 / ratio + 4), and without a limit of the ratio 22 / 4.
   const string start = "part 0: detection finished ratio: ", i = " blocks: 9 bytes: 9 95%: ";
@@ -146,6 +147,7 @@ TEST_F(Run, OverallTellsTheRatioWithoutTheCapAndWithItsError) {
       {"no limit", "1.5" + i + "1.2 to inf", "Overall ratio 1.38" + sure + "1.16 and 5.50.\n"},
       {"all was read but a block", "1.5" + i + "1.5 to 1.5 skipped: 1", missing},
       {"a file is missing", "1.5", missing, "detect_directory_left_out_count is: 1\n"},
+      {"holes", "1.5", "Overall ratio 1.38" + holes, "detect_directory_allocated_size is: 9\n"},
       {"no number", "1.5x", noRatio},
       {"no ratio", "0.0", noRatio},
       {"two lines", "1.5\n" + kResult, noRatio},

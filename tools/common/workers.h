@@ -11,9 +11,8 @@ class Workers {
  public:
   using Lock = std::unique_lock<std::mutex>;
 
-  // Calls `work` in `count` threads, or in as many as the system starts, with the lock held, which
-  // they give up and take again, and shows what `progress` tells meanwhile. Throws what the first
-  // of them threw.
+  // Calls `work`, which starts and ends with the lock held, in `count` threads or as many as the
+  // system starts, and shows what `progress` tells. Throws what the first of them threw.
   void run(unsigned count, const std::function<void(Lock&)>& work,
            const std::function<std::string()>& progress);
 

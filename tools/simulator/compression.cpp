@@ -100,7 +100,8 @@ SampleTotals compressSample(const Options& options) {
   };
   const auto start = std::chrono::steady_clock::now();
   workers.run(options.threads, work, [&] {
-    return progressText(sample.shareDone(), std::chrono::steady_clock::now() - start);
+    const double share = std::max(sample.shareDone(), 1e-9);  // none may have been taken yet
+    return progressText(share, std::chrono::steady_clock::now() - start);
   });
   return totals;
 }

@@ -10,11 +10,10 @@ namespace {
 
 constexpr double kLittleData = 16.0;  // times the fewest blocks, soon read whole
 
-// For each of the fewest blocks, since two neighbouring strata may pick the same block.
-constexpr double kFewestStrata = 2.0;
+constexpr double kFewestStrata = 2.0;  // for each of the fewest blocks: two may pick the same
 
-// The error of a ratio depends on the blocks, not on the data that they are drawn from. From this
-// many times 64, 262,144, the interval is within ± 0.1 to 0.3 %, which two decimals do not show.
+// The error depends on the blocks, not on the size of the data: 4,096 times 64 blocks leave some
+// ± 0.12 % for usual data and ± 0.35 % for the worst, about what two decimals show.
 constexpr double kMostStrata = 4096.0;
 
 }  // namespace
@@ -37,8 +36,9 @@ Sample::Sample(const Options& options)
   const auto bytes = double(dataBytes_);
   const auto fewestBlocks = double(options.fewestBlocks);
   const double wanted = options.fraction * double(options.totalBytes);
-  if (options.fraction < 1.0 && bytes > wanted &&
-      bytes > kLittleData * fewestBlocks * double(blockSize_)) {
+  const double fewestBytes = fewestBlocks * double(blockSize_);
+  if (options.fraction < 1.0 && bytes > std::min(wanted, kMostStrata * fewestBytes) &&
+      bytes > kLittleData * fewestBytes) {
     // Strata of the length L pick a block of the length l with the chance l / L, so they read the
     // sum of l * l over all blocks, divided by L.
     const double shortest = std::ceil(bytes / (kMostStrata * fewestBlocks));

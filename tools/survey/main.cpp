@@ -19,15 +19,13 @@
 
 namespace {
 
-constexpr unsigned kThreads = 8;        // storage that answers late answers as many at once
-constexpr int kDirectoriesAhead = 64;   // of the front, so that a disk's head stays near it
-constexpr int kEntriesAtOnce = 262144;  // bytes, some 8,000 entries, that are put in order
-constexpr int kMostHeldBack = 1048576;  // bytes of the list, by a directory behind the front
-constexpr int kMostHeld = 33554432;     // by all: beyond, only the front is taken
-constexpr int kMostNamed = 10;          // more would scroll the report away
-
-// With less of the size allocated, what is missing lifts the ratio visibly.
-constexpr double kUsualAllocation = 0.9;
+constexpr unsigned kThreads = 8;          // storage that answers late answers as many at once
+constexpr int kDirectoriesAhead = 64;     // of the front, so that a disk's head stays near it
+constexpr int kEntriesAtOnce = 262144;    // bytes, some 8,000 entries, that are put in order
+constexpr int kMostHeldBack = 1048576;    // bytes of the list, by a directory behind the front
+constexpr int kMostHeld = 33554432;       // by all: beyond, only the front is taken
+constexpr int kMostNamed = 10;            // more would scroll the report away
+constexpr double kUsualAllocation = 0.9;  // of the size; what is missing lifts the ratio
 
 struct Figures {
   std::atomic<std::uint64_t> bytes = 0;           // of the regular files
@@ -137,8 +135,7 @@ class Survey {
       for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
         entries.push_back(reinterpret_cast<const dirent64*>(buffer.data() + at));
       }
-      // As they lie on most disks.
-      std::ranges::sort(entries, {}, &dirent64::d_ino);
+      std::ranges::sort(entries, {}, &dirent64::d_ino);  // as they lie on most disks
       for (const dirent64* const entry : entries) {
         visit(*entry, directory, opened.descriptor());
       }
@@ -210,7 +207,7 @@ class Survey {
 
 // As `du -h` scales.
 std::string sizeText(std::uint64_t bytes) {
-  const char* unit = "KMGTP";
+  const char* unit = "KMGTPE";
   double size = double(bytes) / 1024.0;
   for (; size >= 1023.995; ++unit) {
     size /= 1024.0;
@@ -237,15 +234,14 @@ int main(int argc, char** argv) {
     if (argc != 3) {
       throw std::runtime_error("usage: kel_evaluation_tool <directory> <aliasName>");
     }
-    const std::string directory = argv[1];
     const std::string aliasName = argv[2];
     umask(077);  // the list names what lies in private directories, too
     Output infoLog(aliasName + "_file_info.log");
     Output list(aliasName + "_file_type_file_list_new.log");
-    Survey survey(directory, infoLog, list);
+    Survey survey(argv[1], infoLog, list);
     const Figures& figures = survey.run();
     list.finish();
-    say(sentence(directory, figures));
+    say(sentence(argv[1], figures));
     infoLog.append(
         "detect_directory_size is: " + std::to_string(figures.bytes) +
         "\ndetect_directory_file_count is: " + std::to_string(figures.files) +

@@ -77,9 +77,8 @@ bool readListedFile(std::istream& list, ListedFile& file) {
   }
   const char* const end = record.data() + record.size();
   const auto [blank, error] = std::from_chars(record.data(), end, file.size);
-  const bool isWhole = !list.eof();  // the last record, too, has its end
-  if (!isWhole || error != std::errc() || end - blank < 2 || *blank != ' ') {
-    throw std::runtime_error("not a list of files");
+  if (list.eof() || error != std::errc() || end - blank < 2 || *blank != ' ') {
+    throw std::runtime_error("not a list of files");  // or one whose last record has no end
   }
   file.path.assign(blank + 1, end);
   return true;

@@ -3,12 +3,13 @@
 #include <cstdint>
 #include <string>
 
-// The stages that drive the external tools and read their figures, all through runCommand and
-// getCommandOutput in toolbridge/command.h. Figures are text, exactly as the tools wrote them, and
-// are appended to the out parameters. Each stage returns 0 for success and 1 for a failure, for
-// which it has printed its `failureMessage`; a tool's own exit status is never looked at, so a tool
-// that fails shows only in figures that are missing. Those that run a tool throw std::runtime_error
-// when the console text before it cannot be written.
+#include "toolbridge/command.h"
+
+// The stages that drive the external tools and read their figures. Figures are text, exactly as the
+// tools wrote them, and are appended to the out parameters. Each stage returns 0 for success and 1
+// for a failure, for which it has printed its `failureMessage`; a tool's own exit status is never
+// looked at, so a tool that fails shows only in figures that are missing. Those that run a tool
+// throw std::runtime_error when the console text before it cannot be written.
 
 // Runs the evaluation tool over `directory` and waits for it. Always returns 0.
 int doDirDetection(std::string directory, std::string aliasName);

@@ -7,14 +7,18 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <iomanip>
+#include <new>
 #include <sstream>
 #include <system_error>
 
 namespace {
 
 void drawOnTerminal(const std::string& drawing) {
-  if (isatty(STDERR_FILENO) != 0) {
+  const char* const kind = std::getenv("TERM");
+  if (isatty(STDERR_FILENO) != 0 && kind != nullptr && kind != std::string("dumb")) {
     std::fputs(drawing.c_str(), stderr);
   }
 }
@@ -26,6 +30,22 @@ std::string withoutControls(std::string text) {
 }
 
 }  // namespace
+
+int runTool(int argc, char** argv, const std::string& usage, const std::function<int()>& work) {
+  try {
+    const std::string onlyWord = argc == 2 ? argv[1] : "";
+    if (onlyWord == "--help" || onlyWord == "--version") {
+      say(onlyWord == "--help" ? usage : program_invocation_short_name + std::string(" " VERSION));
+      return EXIT_SUCCESS;
+    }
+    return work();
+  } catch (const std::bad_alloc&) {
+    complain("out of memory");
+  } catch (const std::exception& error) {
+    complain(error.what());
+  }
+  return EXIT_FAILURE;
+}
 
 void complain(const std::string& message) {
   eraseProgress();

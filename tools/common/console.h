@@ -1,12 +1,17 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 // What a tool tells its operator. In messages ASCII control characters, which a terminal would
 // obey, are shown as "?".
 
 constexpr int kPartialResult = 2;  // exit status: figures, but something could not be read
+
+// Calls `work` and returns its exit status, or tells what it throws and returns 1. A command line
+// of nothing but `--help` or `--version` only tells the `usage` or the version.
+int runTool(int argc, char** argv, const std::string& usage, const std::function<int()>& work);
 
 // Prints "<program>: <message>" and a line end on standard error.
 void complain(const std::string& message);
@@ -19,7 +24,7 @@ void say(const std::string& sentence);
 std::string decimal(double number, int digits);
 
 // A text on standard error that is drawn over and over, once in an interval, and erased at the end.
-// It shows only on a terminal, behind the cursor, which stays where it is.
+// It shows only on a terminal that knows how to, behind the cursor, which stays where it is.
 constexpr std::chrono::milliseconds kRedrawInterval(200);
 void drawProgress(const std::string& text);
 void eraseProgress();

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <charconv>
-#include <climits>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -12,52 +11,39 @@
 
 OpenFile::OpenFile(const std::string& path, int flags) {
   flags |= O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  std::string rest = path;
-  // The system takes a longer path in pieces, each from the directory that the one before leads to.
-  while (rest.size() >= PATH_MAX) {
-    const std::size_t slash = rest.rfind('/', PATH_MAX - 1);
-    const std::string piece = rest.substr(0, slash > 1 ? slash : rest.size());  // else too long
-    replaceBy(openat(descriptor_, piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor_ < 0) {
-      return;
-    }
-    rest.erase(0, slash - 1);
-    rest.front() = '.';
+  descriptor_ = open(path.c_str(), flags | O_NOATIME);
+  if (descriptor_ < 0 && errno == EPERM) {  // another user's
+    descriptor_ = open(path.c_str(), flags);
   }
-  int file = openat(descriptor_, rest.c_str(), flags | O_NOATIME);
-  if (file < 0 && errno == EPERM) {  // another user's
-    file = openat(descriptor_, rest.c_str(), flags);
-  }
-  replaceBy(file);
 }
 
-void OpenFile::replaceBy(int descriptor) {
+OpenFile::~OpenFile() {
   if (descriptor_ >= 0) {
     close(descriptor_);
   }
-  descriptor_ = descriptor;
 }
 
 Output::Output(std::string name) : name_(std::move(name)) {
   const std::ofstream emptied(name_);
-  // Standard output may go to the same file, so what is written goes behind what is there.
+  require(emptied.good());
+  // Standard output may go to the same file, so what is written goes behind what is there. Where it
+  // is closed, its descriptor is the first one's, so that nothing printed gets into the file.
   file_.open(name_, std::ios::app);
-  requireWritten();
-  stat(name_.c_str(), &status_);
+  require(file_.good() && stat(name_.c_str(), &status_) == 0);
 }
 
 void Output::append(const std::string& text) {
   file_ << text;
-  requireWritten();
+  require(file_.good());
 }
 
 void Output::finish() {
   file_.close();
-  requireWritten();
+  require(file_.good());
 }
 
-void Output::requireWritten() {
-  if (!file_) {
+void Output::require(bool isDone) {
+  if (!isDone) {
     const int reason = errno;
     const char* const place = name_.starts_with('/') ? "" : " in the working directory";
     file_.close();
@@ -84,8 +70,9 @@ bool readListedFile(std::istream& list, ListedFile& file) {
   return true;
 }
 
-void requireSum(std::uint64_t total, std::uint64_t size) {
-  if (total > UINT64_MAX - size) {
+std::uint64_t sum(std::uint64_t bytes, std::uint64_t more) {
+  if (bytes > UINT64_MAX - more) {
     throw std::overflow_error("the sizes add up to more than 64 bits hold");
   }
+  return bytes + more;
 }

@@ -11,9 +11,9 @@
 // stays, where the system lets the user keep it, and nothing waits for a pipe or a device.
 class OpenFile {
  public:
-  // Takes further `flags` of open(2), and a path of any length.
+  // Takes further `flags` of open(2).
   OpenFile(const std::string& path, int flags);
-  ~OpenFile() { replaceBy(-1); }
+  ~OpenFile();
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
 
@@ -21,9 +21,7 @@ class OpenFile {
   [[nodiscard]] int descriptor() const { return descriptor_; }
 
  private:
-  void replaceBy(int descriptor);
-
-  int descriptor_ = AT_FDCWD;
+  int descriptor_;
 };
 
 // A file that a tool writes, opened before the work so that no earlier figures stand from there on.
@@ -42,7 +40,7 @@ class Output {
   void finish();
 
  private:
-  void requireWritten();
+  void require(bool isDone);
 
   std::string name_;
   std::ofstream file_;
@@ -61,5 +59,5 @@ struct ListedFile {
 // when the list cannot be read or has a record that is no file.
 bool readListedFile(std::istream& list, ListedFile& file);
 
-// Throws std::overflow_error when 64 bits do not hold a file's size and the total of those before.
-void requireSum(std::uint64_t total, std::uint64_t size);
+// Throws std::overflow_error when 64 bits do not hold the sum.
+std::uint64_t sum(std::uint64_t bytes, std::uint64_t more);

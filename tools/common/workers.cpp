@@ -21,16 +21,24 @@ void Workers::run(unsigned count, const std::function<void(Lock&)>& work,
     }
   };
   std::vector<std::future<void>> threads;
-  while (threads.size() < count) {
-    // Without a policy, what a thread that cannot be started leaves to the others is done by get.
-    threads.push_back(std::async(workUntilFailure));
+  try {
+    while (threads.size() < count) {
+      threads.push_back(std::async(std::launch::async, workUntilFailure));
+    }
+  } catch (const std::exception&) {
+    // Those that have started do all the work.
+  }
+  if (threads.empty()) {
+    workUntilFailure();
   }
   for (std::future<void>& thread : threads) {
     while (thread.wait_for(kRedrawInterval) == std::future_status::timeout) {
-      const Lock lock(mutex_);
-      drawProgress(progress());
+      // Drawn without the lock, since a terminal may take nothing for as long as it likes.
+      Lock lock(mutex_);
+      const std::string text = progress();
+      lock.unlock();
+      drawProgress(text);
     }
-    thread.get();
   }
   eraseProgress();
   if (haveFailed()) {

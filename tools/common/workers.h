@@ -11,11 +11,13 @@ class Workers {
  public:
   using Lock = std::unique_lock<std::mutex>;
 
-  // Calls `work`, which starts and ends with the lock held, in `count` threads or as many as the
-  // system starts, and shows what `progress` tells. Throws what the first of them threw.
+  // Calls `work`, which starts and ends with the lock held, in `count` threads, in as many as the
+  // system starts or else in this one, and shows what `progress`, called with the lock held, tells.
+  // Throws what the first of them threw.
   void run(unsigned count, const std::function<void(Lock&)>& work,
            const std::function<std::string()>& progress);
 
+  // Needs the lock.
   [[nodiscard]] bool haveFailed() const { return failure_ != nullptr; }
 
   // Gives up the lock until `isReady`, which is asked at each notice. Throws when one has failed.

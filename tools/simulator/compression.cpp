@@ -24,12 +24,18 @@ std::string readBlock(const Block& block, std::vector<char>& data) {
     return "no regular file";
   }
   data.resize(block.length);
-  const ssize_t length =
-      pread(file.descriptor(), data.data(), data.size(), static_cast<off_t>(block.offset));
-  if (length < 0) {
+  std::size_t length = 0;
+  ssize_t added = 0;
+  // Some file systems hand over less than they are asked for.
+  while (length < data.size() &&
+         (added = pread(file.descriptor(), data.data() + length, data.size() - length,
+                        static_cast<off_t>(block.offset + length))) > 0) {
+    length += static_cast<std::size_t>(added);
+  }
+  if (added < 0) {
     return std::generic_category().message(errno);
   }
-  return static_cast<std::size_t>(length) == data.size() ? "" : "shorter than at the survey";
+  return length == data.size() ? "" : "shorter than at the survey";
 }
 
 // Takes the block through both buffers.

@@ -16,7 +16,7 @@ struct SampleTotals {
   std::uint64_t squaredDifferences = 0;
   std::uint64_t skippedBlocks = 0;  // that could not be read
   std::uint64_t skippedBytes = 0;   // of the data that they stand for
-  std::string skippedExample = {};  // a path and the system's reason
+  std::string skippedExample = {};  // a path and the reason, the first of them by its text
 };
 
 constexpr int kCompressionLevel = 1;  // of zstd

@@ -70,24 +70,22 @@ std::string sentence(const Options& options, const SampleTotals& totals, const E
          ", such as " + totals.skippedExample + "): the ratio speaks for the rest only.";
 }
 
+int simulate(Options options) {
+  const SampleTotals totals = compressSample(options);
+  if (totals.blocks == 0) {
+    throw std::runtime_error(totals.skippedBlocks == 0
+                                 ? "no data to sample in " + options.listName
+                                 : "nothing could be read, such as " + totals.skippedExample);
+  }
+  const Estimate estimate = estimateRatio(totals);
+  say(sentence(options, totals, estimate));
+  options.result.append(finishedLine(options.part, totals, estimate));
+  options.result.finish();
+  return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    Options options = readOptions(argc, argv);
-    const SampleTotals totals = compressSample(options);
-    if (totals.blocks == 0) {
-      throw std::runtime_error(totals.skippedBlocks == 0
-                                   ? "no data to sample in " + options.listName
-                                   : "nothing could be read, such as " + totals.skippedExample);
-    }
-    const Estimate estimate = estimateRatio(totals);
-    say(sentence(options, totals, estimate));
-    options.result.append(finishedLine(options.part, totals, estimate));
-    options.result.finish();
-    return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
-  } catch (const std::exception& error) {
-    complain(error.what());
-    return EXIT_FAILURE;
-  }
+  return runTool(argc, argv, usage(), [&] { return simulate(readOptions(argc, argv)); });
 }

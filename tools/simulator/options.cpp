@@ -29,15 +29,13 @@ OptionTexts readTexts(int argc, char** argv) {
     throw std::runtime_error("no total size: the survey left no figures");
   }
   std::string missing;
-  std::string usage = "usage: kel_sim_test";
   for (const auto& [option, value] : kOptions) {
-    usage += std::string(" ") + option + " " + value;
     if (missing.empty() && texts[option].empty()) {
       missing = std::string("option ") + option + " is missing; ";
     }
   }
   if (!missing.empty() || argc % 2 == 0 || texts.size() != std::size(kOptions)) {
-    throw std::runtime_error(missing + usage);
+    throw std::runtime_error(missing + usage());
   }
   return texts;
 }
@@ -64,6 +62,14 @@ std::uint64_t wholeNumber(const OptionTexts& texts, const char* option, std::uin
 }
 
 }  // namespace
+
+std::string usage() {
+  std::string text = "usage: kel_sim_test";
+  for (const auto& [option, value] : kOptions) {
+    text += std::string(" ") + option + " " + value;
+  }
+  return text;
+}
 
 Options readOptions(int argc, char** argv) {
   const OptionTexts texts = readTexts(argc, argv);

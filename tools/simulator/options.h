@@ -14,6 +14,9 @@ struct Options {
   std::uint64_t part;          // -i, seeds the sample
 };
 
+// The form of the command line, as the operator reads it.
+std::string usage();
+
 // Reads the command line and opens the result once no option is missing, so that no earlier figures
 // outlast a bad value. Throws std::runtime_error, with a message for the operator, on failure.
 Options readOptions(int argc, char** argv);

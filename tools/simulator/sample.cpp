@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr double kLittleData = 16.0;  // times the fewest blocks, soon read whole
+constexpr double kLittleData = 16.0;  // times the fewest blocks, quickly read whole
 
 constexpr double kFewestStrata = 2.0;  // for each of the fewest blocks: two may pick the same
 
@@ -25,8 +25,7 @@ Sample::Sample(const Options& options)
   }
   double squaredLengths = 0.0;  // added up over all blocks
   for (ListedFile file; readListedFile(list_, file);) {
-    requireSum(dataBytes_, file.size);
-    dataBytes_ += file.size;
+    dataBytes_ = sum(dataBytes_, file.size);
     const auto rest = double(file.size % blockSize_);
     squaredLengths += (double(file.size) - rest) * double(blockSize_) + rest * rest;
   }

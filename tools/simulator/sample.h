@@ -11,7 +11,7 @@ struct Block {
   std::string path;
   std::uint64_t offset = 0;
   std::uint64_t length = 0;
-  std::uint64_t standsFor = 0;   // of the data
+  std::uint64_t standsFor = 0;   // so much of the data
   double compressedShare = 0.0;  // its length after compression over the one before
   std::string problem = {};      // why it could not be read, if so
 };
@@ -41,8 +41,8 @@ class Sample {
   std::uint64_t stratumLength_ = 0;  // 0 where everything is read
   std::mt19937_64 engine_;
 
-  std::uint64_t done_ = 0;   // of the data, what the blocks so far stand for
-  std::uint64_t drawn_ = 0;  // byte of the data that picks the next block
+  std::uint64_t done_ = 0;   // bytes of the data that the blocks so far stand for
+  std::uint64_t drawn_ = 0;  // the byte of the data that picks the next block
   ListedFile file_;          // the last that a block was taken of
   std::uint64_t fileStart_ = 0;
 };

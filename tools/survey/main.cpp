@@ -3,12 +3,14 @@
 #include <sys/vfs.h>
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <list>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -19,54 +21,46 @@
 
 namespace {
 
-constexpr unsigned kThreads = 8;          // storage that answers late answers as many at once
-constexpr int kDirectoriesAhead = 64;     // of the front, so that a disk's head stays near it
-constexpr int kEntriesAtOnce = 262144;    // bytes, some 8,000 entries, that are put in order
-constexpr int kMostHeldBack = 1048576;    // bytes of the list, by a directory behind the front
-constexpr int kMostHeld = 33554432;       // by all: beyond, only the front is taken
-constexpr int kMostNamed = 10;            // more would scroll the report away
-constexpr double kUsualAllocation = 0.9;  // of the size; what is missing lifts the ratio
+constexpr unsigned kThreads = 8;             // storage that answers late answers as many at once
+constexpr int kPiecesAhead = 64;             // from the front on, so that a disk's head stays near
+constexpr std::size_t kPieceLength = 65536;  // bytes of entries, some 2,000 of usual names
+constexpr std::size_t kMostHeldBack = 32
+                                      << 20;  // bytes of the list: beyond, only the front is read
+constexpr std::size_t kMostNamed = 10;        // more would scroll the report away
+constexpr double kUsualAllocation = 0.9;      // of the size; what is missing lifts the ratio
 
-struct Figures {
-  std::atomic<std::uint64_t> bytes = 0;           // of the regular files
-  std::atomic<std::uint64_t> allocatedBytes = 0;  // of storage, to them
-  std::atomic<std::uint64_t> files = 0;
-  std::atomic<std::uint64_t> directories = 0;  // the surveyed one included
-  std::atomic<std::uint64_t> leftOut = 0;      // of both, that were found but could not be read
+// What is counted, in the order of the info log, and its names there.
+enum Figure {
+  kBytes,           // of the regular files
+  kFiles,           // those
+  kDirectories,     // the surveyed one included
+  kAllocatedBytes,  // of storage, to the files
+  kLeftOut,         // directories and files that were found but could not be read
 };
+constexpr std::array kFigureNames = {"size", "file_count", "dir_count", "allocated_size",
+                                     "left_out_count"};
+using Figures = std::array<std::uint64_t, kFigureNames.size()>;
 
-struct Directory {
-  struct Findings {
-    std::string records;  // of the list
-    std::vector<std::string> problems;
-    std::list<Directory> inside;
-  };
-
-  std::string path;
-  dev_t device;                                  // of its parent, until it is opened
-  std::unique_ptr<Findings> findings = nullptr;  // there once a thread has taken it
+// As many of a directory's entries as fill a buffer, and what is found in them. One that is not
+// taken yet is all of the directory or, where that is open, the rest of it.
+struct Piece {
+  std::string path;                                  // of the directory
+  dev_t device;                                      // of its parent, until it is opened
+  std::shared_ptr<const OpenFile> opened = nullptr;  // shared by all its pieces
+  bool isTaken = false;
   bool isRead = false;
+
+  Figures figures = {};
+  std::string records = {};  // of the list
+  std::list<std::string> problems = {};
+  std::list<Piece> inside = {};  // the directories found
 };
 
-std::string leftOutText(std::uint64_t count) {
-  return std::to_string(count) +
-         (count == 1 ? " directory or file could not be read; what it holds is missing"
-                     : " directories or files could not be read; what they hold is missing");
-}
-
-// There the kernel shows itself, with sizes that no storage holds.
-bool isOfTheKernel(int directory) {
-  struct statfs fileSystem {};
-  return fstatfs(directory, &fileSystem) == 0 &&
-         (fileSystem.f_type == PROC_SUPER_MAGIC || fileSystem.f_type == SYSFS_MAGIC);
-}
-
-// Walks a tree without following the symbolic links in it, and lists the files of a directory, then
-// each of its directories in the same way, whatever the threads do. The directories still to be
-// written stand in this order. A thread takes the first that nobody has taken, and what is found in
-// it comes right behind it; those at the front that are read are written and dropped. One with more
-// records than it may hold back waits for its turn at the front. The front itself waits for nobody:
-// a thread reads it, or it is the first that the next one takes.
+// Walks a tree without following the symbolic links in it. The pieces still to be written stand in
+// the order of the list, whatever the threads do: a thread takes one, puts the rest of its
+// directory right behind it and, between the two, the directories that it finds. Those at the front
+// that are read are written and dropped. The front waits for nobody: a thread has it or takes it
+// next.
 class Survey {
  public:
   // Neither of the survey's own two files counts.
@@ -75,137 +69,168 @@ class Survey {
 
   // Throws std::runtime_error when the directory, which may itself be a symbolic link, cannot be
   // read, the list cannot be written or the sizes do not add up in 64 bits.
-  const Figures& run() {
-    directories_.push_back({.path = root_, .device = 0});
+  Figures run() {
+    pieces_.push_back({.path = root_, .device = 0});
     workers_.run(
         kThreads, [this](Workers::Lock& lock) { work(lock); },
-        [this] { return "files: " + std::to_string(figures_.files); });
-    if (figures_.leftOut > kMostNamed) {
-      complain("and " + std::to_string(figures_.leftOut - kMostNamed) + " more: in all " +
-               leftOutText(figures_.leftOut));
+        [this] { return "files: " + std::to_string(figures_[kFiles]); });
+    for (const std::string& problem : problems_) {
+      complain(problem);
+    }
+    if (figures_[kLeftOut] > kMostNamed) {
+      complain("and " + std::to_string(figures_[kLeftOut] - kMostNamed) + " more");
     }
     return figures_;
   }
 
  private:
-  // Reads one directory after another, meanwhile without the lock.
+  // Reads one piece after another, meanwhile without the lock.
   void work(Workers::Lock& lock) {
-    std::vector<char> buffer(kEntriesAtOnce);
-    for (auto taken = take(lock); taken != directories_.end(); taken = take(lock)) {
-      taken->findings = std::make_unique<Directory::Findings>();
+    std::vector<char> buffer(kPieceLength);
+    for (auto taken = take(lock); taken != pieces_.end(); taken = take(lock)) {
+      taken->isTaken = true;
       lock.unlock();
-      readDirectory(*taken, buffer, lock);
+      std::size_t length = 0;
+      if ((taken->opened || open(*taken)) && fill(*taken, buffer, length)) {
+        // Before a file is looked at, so that another thread reads on meanwhile.
+        lock.lock();
+        pieces_.insert(std::next(taken),
+                       {.path = taken->path, .device = taken->device, .opened = taken->opened});
+        workers_.notify();
+        lock.unlock();
+      }
+      lookAt(*taken, {buffer.data(), length});
       lock.lock();
       taken->isRead = true;
-      held_ += taken->findings->records.size();
-      directories_.splice(std::next(taken), taken->findings->inside);
-      while (!directories_.empty() && directories_.front().isRead) {
-        held_ -= directories_.front().findings->records.size();
-        write(*directories_.front().findings);
-        directories_.pop_front();
+      std::ranges::transform(figures_, taken->figures, figures_.begin(), sum);
+      heldBack_ += taken->records.size();
+      pieces_.splice(std::next(taken), taken->inside);
+      while (!pieces_.empty() && pieces_.front().isRead) {
+        Piece& front = pieces_.front();
+        list_.append(front.records);
+        heldBack_ -= front.records.size();
+        problems_.splice(problems_.end(), front.problems);
+        problems_.resize(std::min(problems_.size(), kMostNamed));
+        pieces_.pop_front();
       }
       workers_.notify();
     }
   }
 
-  // Waits for the first directory that nobody has taken. The end means that all are read.
-  std::list<Directory>::iterator take(Workers::Lock& lock) {
-    auto first = directories_.end();
+  // Waits for a piece near the front that nobody has taken. The end means that all are read.
+  std::list<Piece>::iterator take(Workers::Lock& lock) {
+    auto next = pieces_.end();
     workers_.wait(lock, [&] {
-      first = std::ranges::find_if(directories_, std::logical_not(), &Directory::findings);
-      const auto ahead = std::distance(directories_.begin(), first);
-      return ahead == 0 ||
-             (first != directories_.end() && ahead < kDirectoriesAhead && held_ < kMostHeld);
+      const int reach = heldBack_ < kMostHeldBack ? kPiecesAhead : 1;
+      const auto stop = std::ranges::next(pieces_.begin(), reach, pieces_.end());
+      next = std::ranges::find(pieces_.begin(), stop, false, &Piece::isTaken);
+      const auto rest = std::find_if(
+          next, stop, [](const Piece& piece) { return !piece.isTaken && piece.opened; });
+      if (next != pieces_.begin() && rest != stop) {
+        next = rest;  // else more and more directories would be open
+      }
+      return next != stop || pieces_.empty();
     });
-    return first;
+    return next;
   }
 
-  void readDirectory(Directory& directory, std::vector<char>& buffer, Workers::Lock& lock) {
-    const OpenFile opened(directory.path, O_DIRECTORY | (directory.path == root_ ? 0 : O_NOFOLLOW));
+  // Returns whether the directory is to be read.
+  bool open(Piece& piece) {
+    piece.opened = std::make_shared<const OpenFile>(
+        piece.path, O_DIRECTORY | (piece.path == root_ ? 0 : O_NOFOLLOW));
+    const int descriptor = piece.opened->descriptor();
     struct stat status {};
-    const bool isOpen = opened.descriptor() >= 0 && fstat(opened.descriptor(), &status) == 0;
-    if (isOpen && status.st_dev != directory.device && isOfTheKernel(opened.descriptor())) {
+    const bool isOpen = descriptor >= 0 && fstat(descriptor, &status) == 0;
+    struct statfs system {};
+    if (isOpen && status.st_dev != piece.device && fstatfs(descriptor, &system) == 0 &&
+        (system.f_type == PROC_SUPER_MAGIC || system.f_type == SYSFS_MAGIC)) {
+      return false;  // the kernel shows itself there, with sizes that no storage holds
+    }
+    ++piece.figures[kDirectories];
+    piece.device = status.st_dev;
+    if (!isOpen) {
+      leaveOut(piece, piece.path);
+    }
+    return isOpen;
+  }
+
+  // Reads the next entries of the directory, `length` bytes of them. Returns whether there are
+  // more. A listing may be interrupted anywhere; a piece ends where the next entry does not fit.
+  bool fill(Piece& piece, std::vector<char>& buffer, std::size_t& length) {
+    ssize_t added = 0;
+    while ((added = getdents64(piece.opened->descriptor(), buffer.data() + length,
+                               buffer.size() - length)) > 0) {
+      length += static_cast<std::size_t>(added);
+    }
+    const bool isFull = added < 0 && errno == EINVAL && length > 0;
+    if (added < 0 && !isFull) {
+      leaveOut(piece, piece.path);
+    }
+    return isFull;
+  }
+
+  void lookAt(Piece& piece, std::string_view listing) {
+    std::vector<const dirent64*> entries;
+    for (; !listing.empty(); listing.remove_prefix(entries.back()->d_reclen)) {
+      entries.push_back(reinterpret_cast<const dirent64*>(listing.data()));
+    }
+    std::ranges::sort(entries, {}, &dirent64::d_ino);  // as they lie on most disks
+    for (const dirent64* const entry : entries) {
+      visit(*entry, piece);
+    }
+    piece.opened.reset();
+  }
+
+  void visit(const dirent64& entry, Piece& piece) {
+    const std::string name = entry.d_name;
+    if (name == "." || name == "..") {
       return;
     }
-    ++figures_.directories;
-    directory.device = status.st_dev;
-    ssize_t length = -1;
-    while (isOpen && (length = getdents64(opened.descriptor(), buffer.data(), buffer.size())) > 0) {
-      std::vector<const dirent64*> entries;
-      for (ssize_t at = 0; at < length; at += entries.back()->d_reclen) {
-        entries.push_back(reinterpret_cast<const dirent64*>(buffer.data() + at));
-      }
-      std::ranges::sort(entries, {}, &dirent64::d_ino);  // as they lie on most disks
-      for (const dirent64* const entry : entries) {
-        visit(*entry, directory, opened.descriptor());
-      }
-      if (directory.findings->records.size() > kMostHeldBack) {
-        lock.lock();
-        workers_.wait(lock, [&] { return &directory == &directories_.front(); });
-        write(*directory.findings);
-        lock.unlock();
-      }
-    }
-    if (length < 0) {
-      leaveOut(directory, directory.path);
-    }
-  }
-
-  void visit(const dirent64& entry, Directory& parent, int descriptor) {
-    const std::string name = entry.d_name;
-    const std::string path = parent.path + (parent.path.ends_with('/') ? "" : "/") + name;
+    const std::string path = piece.path + (piece.path.ends_with('/') ? "" : "/") + name;
     struct stat status {};
     status.st_mode = static_cast<mode_t>(DTTOIF(entry.d_type));
     // Some file systems leave the type unknown.
     if ((entry.d_type == DT_REG || entry.d_type == DT_UNKNOWN) &&
-        fstatat(descriptor, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-      leaveOut(parent, path);
-    } else if (S_ISDIR(status.st_mode) && name != "." && name != "..") {
-      parent.findings->inside.push_back({.path = path, .device = parent.device});
+        fstatat(piece.opened->descriptor(), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      leaveOut(piece, path);
+    } else if (S_ISDIR(status.st_mode)) {
+      piece.inside.push_back({.path = path, .device = piece.device});
+    } else if (S_ISREG(status.st_mode) && path.size() >= PATH_MAX) {
+      errno = ENAMETOOLONG;  // for whoever would open it
+      leaveOut(piece, path);
     } else if (S_ISREG(status.st_mode) && !infoLog_.isSameFile(status) &&
                !list_.isSameFile(status)) {
+      ++piece.figures[kFiles];
       const auto size = static_cast<std::uint64_t>(status.st_size);
-      ++figures_.files;
-      requireSum(figures_.bytes.fetch_add(size), size);
-      figures_.allocatedBytes += static_cast<std::uint64_t>(status.st_blocks) * 512;
-      parent.findings->records += std::to_string(size) + ' ' + path + '\0';
+      piece.figures[kBytes] = sum(piece.figures[kBytes], size);
+      piece.figures[kAllocatedBytes] += static_cast<std::uint64_t>(status.st_blocks) * 512;
+      piece.records += std::to_string(size) + ' ' + path + '\0';
     }
   }
 
   // For the reason in errno.
-  void leaveOut(Directory& parent, const std::string& path) {
+  void leaveOut(Piece& piece, const std::string& path) {
     const std::string problem =
         "cannot read " + path + ": " + std::generic_category().message(errno);
     if (path == root_) {
       throw std::runtime_error(problem);
     }
-    ++figures_.leftOut;
-    if (parent.findings->problems.size() < kMostNamed) {
-      parent.findings->problems.push_back(problem);
-    }
-  }
-
-  // Under the lock, for the directory at the front.
-  void write(Directory::Findings& found) {
-    list_.append(std::exchange(found.records, {}));
-    for (const std::string& problem : std::exchange(found.problems, {})) {
-      if (named_++ < kMostNamed) {
-        complain(problem);
-      }
-    }
+    ++piece.figures[kLeftOut];
+    piece.problems.push_back(problem);
   }
 
   const std::string root_;
   const Output& infoLog_;
   Output& list_;
-  Figures figures_;
   Workers workers_;
-  std::list<Directory> directories_;  // still to be written; like the next two under the lock
-  std::size_t held_ = 0;              // bytes of the list, by directories that are read
-  int named_ = 0;
+  // Under the lock:
+  std::list<Piece> pieces_;          // still to be written
+  std::size_t heldBack_ = 0;         // bytes of the list, in those that are read
+  Figures figures_ = {};             // of all that were read
+  std::list<std::string> problems_;  // the first in those that were written
 };
 
-// As `du -h` scales.
+// In the unit that `du -h` takes.
 std::string sizeText(std::uint64_t bytes) {
   const char* unit = "KMGTPE";
   double size = double(bytes) / 1024.0;
@@ -216,42 +241,45 @@ std::string sizeText(std::uint64_t bytes) {
 }
 
 std::string sentence(const std::string& directory, const Figures& figures) {
-  std::string text = "Surveyed " + directory + ": files: " + std::to_string(figures.files) +
-                     ", directories: " + std::to_string(figures.directories) +
-                     ", size: " + sizeText(figures.bytes) +
-                     " (allocated: " + sizeText(figures.allocatedBytes);
-  if (double(figures.allocatedBytes) < kUsualAllocation * double(figures.bytes)) {
+  std::string text = "Surveyed " + directory + ": files: " + std::to_string(figures[kFiles]) +
+                     ", directories: " + std::to_string(figures[kDirectories]) +
+                     ", size: " + sizeText(figures[kBytes]) +
+                     " (allocated: " + sizeText(figures[kAllocatedBytes]);
+  if (double(figures[kAllocatedBytes]) < kUsualAllocation * double(figures[kBytes])) {
     text += "; the rest is holes or already compressed by the file system, and lifts the ratio";
   }
-  return text + (figures.leftOut == 0 ? "), nothing left out."
-                                      : "); " + leftOutText(figures.leftOut) + ".");
+  if (figures[kLeftOut] == 0) {
+    return text + "), all of it listed.";
+  }
+  return text + "), not readable: " + std::to_string(figures[kLeftOut]) +
+         " directories or files; what they hold is missing.";
+}
+
+int survey(const std::string& directory, const std::string& aliasName) {
+  umask(077);  // the list names what lies in private directories, too
+  Output infoLog(aliasName + "_file_info.log");
+  Output list(aliasName + "_file_type_file_list_new.log");
+  const Figures figures = Survey(directory, infoLog, list).run();
+  list.finish();
+  say(sentence(directory, figures));
+  std::string log;
+  for (std::size_t i = 0; i < figures.size(); ++i) {
+    log += std::string("detect_directory_") + kFigureNames[i] +
+           " is: " + std::to_string(figures[i]) + "\n";
+  }
+  infoLog.append(log);
+  infoLog.finish();
+  return figures[kLeftOut] == 0 ? EXIT_SUCCESS : kPartialResult;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
+  const std::string usage = "usage: kel_evaluation_tool <directory> <aliasName>";
+  return runTool(argc, argv, usage, [&] {
     if (argc != 3) {
-      throw std::runtime_error("usage: kel_evaluation_tool <directory> <aliasName>");
+      throw std::runtime_error(usage);
     }
-    const std::string aliasName = argv[2];
-    umask(077);  // the list names what lies in private directories, too
-    Output infoLog(aliasName + "_file_info.log");
-    Output list(aliasName + "_file_type_file_list_new.log");
-    Survey survey(argv[1], infoLog, list);
-    const Figures& figures = survey.run();
-    list.finish();
-    say(sentence(argv[1], figures));
-    infoLog.append(
-        "detect_directory_size is: " + std::to_string(figures.bytes) +
-        "\ndetect_directory_file_count is: " + std::to_string(figures.files) +
-        "\ndetect_directory_dir_count is: " + std::to_string(figures.directories) +
-        "\ndetect_directory_allocated_size is: " + std::to_string(figures.allocatedBytes) +
-        "\ndetect_directory_left_out_count is: " + std::to_string(figures.leftOut) + "\n");
-    infoLog.finish();
-    return figures.leftOut == 0 ? EXIT_SUCCESS : kPartialResult;
-  } catch (const std::exception& error) {
-    complain(error.what());
-    return EXIT_FAILURE;
-  }
+    return survey(argv[1], argv[2]);
+  });
 }

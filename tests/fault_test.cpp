@@ -75,7 +75,7 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
            .told = "Input/output error\nstatus 1\n"}});
   EXPECT_EQ(
       scratch.run(
-          "ulimit -v 100000; kel_sim_test -f list -s 65536 -r 1 -j 1 -t 2 -o 7 -i 0 -l result"),
+          "ulimit -v 60000; kel_sim_test -f list -s 65536 -r 1 -j 1 -t 1 -o 7 -i 0 -l result"),
       "kel_sim_test: out of memory\nstatus 1\n");
 }
 

@@ -131,34 +131,91 @@ TEST_F(Run, FiguresDecideHowItEnds) {
   EXPECT_EQ(numberBehind(shown("y data 2"), "ratio ="), 1.37) << "by the figures of the last run";
 }
 
-TEST_F(Run, OverallTellsTheRatioWithoutTheCapAndWithItsError) {
+// The overall ratio is 22 / (18 / ratio + 4), by the figures above; its ends are rounded outwards.
+TEST_F(Run, OverallTellsWhatTheCapHidesAndWhatIsWrongWithIt) {
   const string log = alias + "_file_info.log", result = "artifact/" + alias + "_p0.drav";
-  const string noFigures = "overall.sh: no usable figures in ./" + log + "\nstatus 1\n";
-  const string noRatio = "overall.sh: no usable ratio in ./" + result + "\nstatus 1\n";
-  const string missing = "Overall ratio 1.38; what could not be read is missing.\n";
-  const string sure = ", 95 % sure between ";
-  const string holes = "; holes or data already compressed by the file system lift it.\n";
-  // The result from the ratio on, and what follows in the log. The overall ratio is
-  // 22 / (18 / ratio + 4), and without a limit of the ratio 22 / 4.
-  const string start = "part 0: detection finished ratio: ", i = " blocks: 9 bytes: 9 95%: ";
+  const string field6 = "part 0: detection finished ratio: ";
+  const string sample = " blocks: 9 bytes: 9 95%: 1.2 to 1.8";
+  const string sure = "1.38, 95 % sure between 1.15 and 1.58";
+  const string unknown = "1.38, from a sample that does not tell its error.";
+  const string holes = "; without its holes, or what the file system has compressed already, ";
+  const string unread = " % of the data found could not be read and counts like the rest";
+  const string missing = " could not be read by the survey and ";
+  // `given` is the result from the ratio on; `also` is what follows in the log.
   const Row rows[] = {
-      {"as the estimator", "1.5", "Overall ratio 1.38.\n"},
-      {"above the cap", "3" + i + "2 to 4.5", "Overall ratio 2.20" + sure + "1.69 and 2.75.\n"},
-      {"no limit", "1.5" + i + "1.2 to inf", "Overall ratio 1.38" + sure + "1.16 and 5.50.\n"},
-      {"all was read but a block", "1.5" + i + "1.5 to 1.5 skipped: 1", missing},
-      {"a file is missing", "1.5", missing, "detect_directory_left_out_count is: 1\n"},
-      {"holes", "1.5", "Overall ratio 1.38" + holes, "detect_directory_allocated_size is: 9\n"},
-      {"no number", "1.5x", noRatio},
-      {"no ratio", "0.0", noRatio},
-      {"two lines", "1.5\n" + kResult, noRatio},
-      {"two logs", "1.5", noFigures, kLog},
+      {"all was read", "1.5 5 6 7 19327352832", "1.38."},
+      {"all was read but a block", "1.5 5 6 7 9 95%: 1.5 to 1.5 skipped: 1 unread: 0.0000",
+       "1.38; less than 0.1" + unread + "."},
+      {"another tool", "1.5 5 6 7 9", unknown},
+      {"ends of 0", "1.5 5 6 7 9 95%: 0 to 2", unknown},
+      {"ends that are exchanged", "1.5 5 6 7 9 95%: 3 to 1", unknown},
+      {"ends not around the ratio", "1.5 5 6 7 9 95%: 1.6 to 2", unknown},
+      {"no upper end", "1.5 5 6 7 9 95%: 1.2 to inf", "1.38, 95 % sure between 1.15 and 5.50."},
+      {"above the cap", "3 5 6 7 9 95%: 2 to 4.5", "2.20, 95 % sure between 1.69 and 2.75."},
+      {"all that may be wrong, 9 GiB of it holes: (22 - 9) / 16",
+       "1.5" + sample + " skipped: 3 unread: 0.2814",
+       sure + holes + "0.81; 28.1" + unread + "; 12 directories or files" + missing +
+           "are missing.",
+       "detect_directory_unallocated_size is: 9663676416\ndetect_directory_left_out_count is: "
+       "12\n"},
+      {"a hundredth of holes", "1.5" + sample, sure + holes + "1.36.",
+       "detect_directory_unallocated_size is: 193273529\n"},
+      {"a byte less, and one file", "1.5" + sample,
+       sure + "; 1 directory or file" + missing + "is missing.",
+       "detect_directory_unallocated_size is: 193273528\ndetect_directory_left_out_count is: 1\n"},
+      {"as usual", "1.5" + sample, sure + "."},
   };
+  scratch.run("ln -s data link");
   for (const Row& row : rows) {
     scratch.write(log, kLog + row.also);
-    scratch.write(result, start + row.given + "\n");
-    EXPECT_EQ(scratch.run("overall.sh data"), row.told) << row.why;
+    scratch.write(result, field6 + row.given + "\n");
+    EXPECT_EQ(scratch.run("overall.sh link"), "Overall ratio of " + data + ": " + row.told + "\n")
+        << row.why;
   }
-  EXPECT_TRUE(scratch.run("overall.sh /no").starts_with("overall.sh: no figures of /no here: "));
+
+  // Beside another host with 9 GiB at the ratio 3, between 1.8 and 9, and an overhead of 0.5 GiB:
+  // (27 + 4.5) / (12 + 3 + 4.5). Compressed it is 15 GiB and more by the root of 3² + 2², or less
+  // by that of 2² + 2².
+  scratch.write("db/b_file_info.log",
+                "detect_directory_size is: 9663676416\ndetect_directory_file_count is: "
+                "524288\ndetect_directory_dir_count is: 0\n");
+  scratch.write("db/artifact/b_p0.drav", field6 + "3 5 6 7 9 95%: 1.8 to 9\n");
+  EXPECT_EQ(scratch.run("overall.sh data db:/b"),
+            "Overall ratio of " + data + ", db:/b: 1.62, 95 % sure between 1.36 and 1.89.\n");
+  // (3 * 18 + 10) / (3 * 12 + 10).
+  EXPECT_EQ(scratch.run("overall.sh -n 3 data"),
+            "Overall ratio of 3 times " + data + ": 1.39, 95 % sure between 1.16 and 1.60.\n");
+}
+
+TEST_F(Run, OverallNamesWhatItCannotUse) {
+  const string log = "./" + alias + "_file_info.log", result = "./artifact/" + alias + "_p0.drav";
+  const string usage = "usage: overall.sh [-n TIMES] [FOLDER:]DIR...\nstatus 1\n";
+  // `given` is the result, `also` the log.
+  const Row figures[] = {
+      {"no number", replaced(kResult, "1.50", "1.5x"), "ratio \"1.5x\" in " + result, kLog},
+      {"no ratio", replaced(kResult, "1.50", "0.0"), "ratio \"0.0\" in " + result, kLog},
+      {"two results", kResult + kResult, "ratio \"1.50 1.50\" in " + result, kLog},
+      {"no size", kResult, "size \"-1\" in " + log, replaced(kLog, "19327352832", "-1")},
+      {"a log that ends early", kResult, "directory count \"\" in " + log,
+       replaced(kLog, "8192", "")},
+  };
+  for (const Row& row : figures) {
+    scratch.write(log, row.also);
+    scratch.write(result, row.given);
+    EXPECT_EQ(scratch.run("overall.sh data"), "overall.sh: no usable " + row.told + "\nstatus 1\n")
+        << row.why;
+  }
+  const string none = "overall.sh: no figures of ";
+  const Row words[] = {
+      {"nothing", "", "overall.sh: " + usage},
+      {"no number", "-n 0 data", "overall.sh: " + usage},
+      {"another option", "-x data", "overall.sh: " + usage},
+      {"help", "--help", replaced(usage, "status.*\n", "")},
+      {"not as typed", "data " + data + "/", none + data + "/ in ./" + alias + "__file_info.log: "},
+      {"no such directory", "no", "overall.sh: no directory no\n"},
+  };
+  for (const Row& row : words)
+    EXPECT_TRUE(scratch.run("overall.sh " + row.given).starts_with(row.told)) << row.why;
 }
 
 TEST_F(Run, LostOutputEndsItByAFailureAndItsToolsByTheSignal) {

@@ -9,11 +9,14 @@ namespace {
 
 struct Simulator : testing::Test {
   // The fewer different bytes, the better they compress; 256 do not at all.
-  void add(const string& name, std::size_t length, unsigned differentBytes) {
-    string bytes(length, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(random() / 256 % differentBytes);
-    scratch.write(name, bytes);
-    addToList(name, length);
+  string bytes(std::size_t length, unsigned different) {
+    string content(length, '\0');
+    for (char& byte : content) byte = static_cast<char>(random() / 256 % different);
+    return content;
+  }
+  void add(const string& name, const string& content) {
+    scratch.write(name, content);
+    addToList(name, content.size());
   }
   void addToList(const string& name, std::size_t length) {
     list += std::to_string(length) + " " + name + '\0';
@@ -22,11 +25,12 @@ struct Simulator : testing::Test {
 
   // What is told and the result, of a tenth and at least 8 blocks of 4 KiB: later options replace
   // these. Few descriptors, so that a leak shows.
-  string simulate(const string& options) const {
+  string simulate(const string& options, const string& how = "") const {
     scratch.write("list", list);
     scratch.write("result", "EARLIER");
-    const string usual = "ulimit -n 64; kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result";
-    const string told = scratch.run(usual + " -o " + std::to_string(total) + " " + options);
+    const string usual = " kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result -o ";
+    const string command = usual + std::to_string(total) + " " + options;
+    const string told = scratch.run("ulimit -n 64; " + how + command);
     return told + scratch.read("result");
   }
 
@@ -37,21 +41,21 @@ struct Simulator : testing::Test {
 };
 
 TEST_F(Simulator, ReadsEverythingWhenAskedOrWhenThereIsLittle) {
-  add("incompressible", 61440, 256);
-  add("empty", 0, 1);
-  add("text", 4096, 9);  // which other levels shrink to another length
-  string text = scratch.read("text"), shrunk(5000, '\0');
+  const string text = bytes(4096, 9);  // which other levels shrink to another length
+  string shrunk(5000, '\0');
   const std::size_t stored = 61440 + ZSTD_compress(shrunk.data(), 5000, text.data(), 4096, 1);
-  scratch.run("touch -ad 2001-01-01 text");
+  add("file", bytes(61440, 256) + text);
+  add("empty", "");
+  scratch.run("touch -ad 2001-01-01 file");
   const string told = simulate("-i 7 -j 1");  // 16 times the fewest blocks
   EXPECT_EQ(replaced(told, "1\\.0\\d+", "R"),
             R"(The data alone, in blocks of 4 KiB at zstd level 1: )"
             R"(ratio R, exact: all that was found was read.
-part 7: detection finished ratio: R blocks: 16 bytes: 65536 95%: R to R skipped: 0
+part 7: detection finished ratio: R blocks: 16 bytes: 65536 95%: R to R skipped: 0 unread: 0.0000
 )");
   EXPECT_NEAR(numberBehind(told, "finished ratio:"), 65536.0 / double(stored), 0.0001);
-  EXPECT_EQ(scratch.run("find text -newerat 2001-01-02"), "") << "the access time stays";
-  add("one byte more", 1, 1);
+  EXPECT_EQ(scratch.run("find file -newerat 2001-01-02"), "") << "the access time stays";
+  add("one byte more", "x");
   for (const string asked : {"-r 1 -o 1", "-r 0.1 -o 655370"}) {  // all; a tenth of ten times more
     EXPECT_EQ(numberBehind(simulate("-j 1 " + asked), "bytes:"), 65537) << asked;
   }
@@ -60,35 +64,51 @@ part 7: detection finished ratio: R blocks: 16 bytes: 65536 95%: R to R skipped:
 }
 
 TEST_F(Simulator, ReadsTheAskedShareAndKnowsItsError) {
-  for (int i = 0; i < 1500; ++i) add(std::to_string(i), 200 + random() % 3000, i % 2 ? 256 : 9);
-  add("large", 2000000, 256);
+  for (int i = 0; i < 1500; ++i) {
+    add(std::to_string(i), bytes(200 + random() % 3000, i % 2 ? 256 : 9));
+  }
+  add("large", bytes(2000000, 256));
   const double exact = numberBehind(simulate("-r 1"), "finished ratio:");
   double squares = 0.0, width = 0.0;
   for (int part = 0; part < 30; ++part) {
-    const string line = simulate("-i " + std::to_string(part));
-    width += (numberBehind(line, "to") - numberBehind(line, "95%:")) / 2 / 30;
-    squares += std::pow(numberBehind(line, "finished ratio:") - exact, 2) / 30;
+    const string told = simulate("-i " + std::to_string(part));
+    const double low = numberBehind(told, "95%:"), high = numberBehind(told, "to");
+    width += (high - low) / 2 / 30;
+    squares += std::pow(numberBehind(told, "finished ratio:") - exact, 2) / 30;
+    // The sentence rounds the ends outwards.
+    EXPECT_NEAR(numberBehind(told, "between"), low - 0.005, 0.005) << told;
+    EXPECT_NEAR(numberBehind(told, "and"), high + 0.005, 0.005) << told;
   }
   // Half of the interval is 2 usual errors by the formula, and what stands for rare content.
   EXPECT_NEAR(width / std::sqrt(squares), 2.1, 0.1);
   // Blocks of 16 KiB are picked by more than one stratum, and stand for all of them.
   EXPECT_NEAR(numberBehind(simulate("-s 16 -j 1 -r 0.9"), "finished ratio:"), exact, 0.02);
-  EXPECT_NEAR(numberBehind(simulate(""), "bytes:") / double(total), 0.1, 0.01) << "as asked";
-  EXPECT_NEAR(numberBehind(simulate("-r 0.0001"), "blocks:"), 12, 5) << "one or two for each of 8";
+  EXPECT_NEAR(numberBehind(simulate("-r 0"), "blocks:"), 12, 5) << "one or two for each of 8";
 }
 
 TEST_F(Simulator, ReadsNoMoreThan4096TimesTheFewestBlocks) {
   fs::resize_file(scratch.write("sparse", ""), 40 << 20);  // 40960 blocks of 1 KiB
   addToList("sparse", 40 << 20);
-  EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -r 0.9"), "blocks:"), 3950, 146) << "some twice";
+  // Of 4096 strata of 10 blocks each, neighbours pick the same block some 150 times.
   EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -o 9999999999"), "blocks:"), 3950, 146);
   EXPECT_EQ(numberBehind(simulate("-s 1 -j 1 -r 1"), "blocks:"), 40960) << "when asked for all";
 }
 
+TEST_F(Simulator, ReadsAsManyBlocksAtOnceAsThereAreThreads) {
+  if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
+  add("file", bytes(65536, 256));
+  // 16 blocks, each 100 ms later, take 1.6 s one after another; each thread reads two.
+  const auto start = std::chrono::steady_clock::now();
+  simulate("-t 8", "strace -fqqo trace -e inject=pread64:delay_exit=100000");
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(seconds.count(), 0.8);
+}
+
 TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {
-  scratch.run("mkfifo pipe; ln -s kept link");
+  scratch.write("target", string(800, 'x'));
+  scratch.run("mkfifo pipe; ln -s target link");
   for (int i = 0; i < 1500; ++i) {
-    add("kept", 400, 256);
+    add("kept", bytes(400, 256));
     if (i == 750) addToList("kept", 8192);  // neither the first nor the last that is skipped
     addToList(i % 3 == 0 ? "missing" : i % 3 == 1 ? "pipe" : "link", 800);
   }
@@ -97,26 +117,28 @@ TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {
   // pair of which one was skipped tells nothing.
   const string line = told.substr(told.find("part 0"));
   EXPECT_NEAR(numberBehind(line, "to"), 1 / (1 - 3 / numberBehind(line, "blocks:")), 0.0001);
+  // Two blocks are of 8192 bytes: (1500 * 800 + 8192) / (1500 * 1200 + 8192) is 0.668.
+  EXPECT_NEAR(numberBehind(line, "unread:"), 0.668, 0.06);
+  EXPECT_NE(told.find("status 2\n"), string::npos) << told;
   for (const string threads : {"0", "1", "7", "'3;x'", "999999"})
     EXPECT_EQ(simulate("-t " + threads), told) << threads;
-  // Two blocks are of 8192 bytes: (1500 * 800 + 8192) / (1500 * 1200 + 8192) is 0.668.
   const string all = simulate("-r 1");
   const string weight = "ratio 1.00; 66.8 % of the data found could not be read (blocks: 1502, ";
   EXPECT_NE(all.find(weight + "such as kept: shorter than at the survey): "), string::npos) << all;
+  EXPECT_TRUE(all.ends_with(" skipped: 1502 unread: 0.6682\n")) << all;
 }
 
 TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
-  add("file", 5, 1);
+  add("file", "bytes");
   scratch.run(R"(printf '18446744073709551615 f\0001 f\0' >huge; printf '5 file' >cut)");
   // The options, the start of what is told, and the result that is left.
   const Row rows[] = {
       {"a stray word", "x", "usage: kel_sim_test -f LIST -s KIB", "EARLIER"},
-      {"no value", "-j ''", "option -j is missing; usage: kel_sim_test", "EARLIER"},
+      {"no value", "-j ''", "usage: kel_sim_test", "EARLIER"},
       {"an empty size", "-o -i 0", "no total size: the survey left", "EARLIER"},
       {"the result comes first", "-f no -l no/r", "cannot write no/r in the working", "EARLIER"},
       {"a unit", "-s 4k", "option -s must be a whole number from 1 to 65536, not \"4k\""},
-      {"no share", "-r 0", "option -r must be above 0 and at most 1, not \"0\""},
-      {"more than all", "-r 1.5", "option -r must be"},
+      {"more than all", "-r 1.5", "option -r must be a number from 0 to 1, not \"1.5\""},
       {"not decimal", "-r ' 0x1p-1'", "option -r must be"},
       {"beyond 64 bits", "-f huge", "the sizes add up to more"},
       {"the last NUL is missing", "-f cut", "not a list of files"},
@@ -129,7 +151,7 @@ TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
 }
 
 TEST_F(Simulator, ExpectsThreeTimesAsLongAfterAQuarter) {
-  EXPECT_EQ(progressText(0.25, std::chrono::seconds(3723)), "25.0 % done, 3:06:09 left");
+  EXPECT_EQ(progressText(0.25, std::chrono::seconds(3723)), "25.0 % done, 186 min left");
 }
 
 }  // namespace

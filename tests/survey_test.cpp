@@ -20,10 +20,11 @@ TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   scratch.run(R"(exec >../found
       find . -maxdepth 33 -printf '%y %s %b\n' | awk '
         { n[$1]++ }
-        /^f/ { size += $2; blocks += $3 }
+        /^f/ { size += $2; blocks += $3; holes += $2 > 512 * $3 ? $2 - 512 * $3 : 0 }
         END { form = "detect_directory_%s is: %.0f\n"
           printf form form form, "size", size, "file_count", n["f"], "dir_count", n["d"]
-          printf form form, "allocated_size", 512 * blocks, "left_out_count", 1 }'
+          printf form form, "allocated_size", 512 * blocks, "unallocated_size", holes
+          printf form, "left_out_count", 1 }'
       find . -maxdepth 33 -type f -printf '%s %p\0' | sort -z)");
   scratch.run("kel_evaluation_tool loop/ a");
   scratch.run("{ cat " + kLogName + "; sed -z 's,loop/,./,' " + kListName +
@@ -76,8 +77,8 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
       "[ $(id -u) != 0 ] || limited='setpriv --bounding-set -dac_override,-dac_read_search'; "
       "$limited kel_evaluation_tool t* a");
   EXPECT_EQ(
-      told.substr(told.find("not readable")),
-      "not readable: 12 directories or files; what they hold is missing.\n" +
+      told.substr(told.find("), ")),
+      "), directories or files that could not be read: 12; what they hold is missing.\n" +
           replaced(ten, "(.*)\n", "kel_evaluation_tool: cannot read t?ee/$1: Permission denied\n") +
           "kel_evaluation_tool: and 2 more\nstatus 2\n");
   EXPECT_TRUE(scratch.read(kLogName).ends_with("\ndetect_directory_left_out_count is: 12\n"));
@@ -89,20 +90,39 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
 TEST(Survey, SaysWhereTheSizeMisleads) {
   const Scratch scratch;
   scratch.write("d/file", string(1 << 20, 'x'));
-  const string holes = " (allocated: 1.00 MiB; the rest is holes or already compressed";
+  scratch.write("d/slack", "x");  // has as much storage as is missing elsewhere
+  const string start = "Surveyed d: files: 2, directories: 1, size: ";
+  const string holes = " of holes or compressed by the file system, which lift the ratio), all of";
   // The size of a file to which a mebibyte is allocated, and what is said of it.
   const std::pair<double, string> rows[] = {
-      {1048576 / 0.901, "1.11 MiB (allocated: 1.00 MiB), all of it listed.\n"},
-      {1048576 / 0.899, "1.11 MiB" + holes},
-      {0x.fffffp40, "1.00 TiB" + holes},  // not "1024.00 GiB"
+      {1048576 / 0.9901, "1.01 MiB (allocated: 1.00 MiB), all of it listed.\n"},
+      {1048576 / 0.9899, "1.01 MiB (allocated: 1.00 MiB; without storage: 10.45 KiB" + holes},
+      {0x.fffffp40, "1.00 TiB (allocated: 1.00 MiB; without storage: 1.00 TiB" + holes},  // rounded
   };
   for (const auto& [size, told] : rows) {
     fs::resize_file(scratch.folder / "d/file", std::uintmax_t(size));
     const string all = scratch.run("kel_evaluation_tool d a");
-    EXPECT_TRUE(all.starts_with("Surveyed d: files: 1, directories: 1, size: " + told)) << all;
+    EXPECT_TRUE(all.starts_with(start + told)) << all;
   }
-  const string kernel = scratch.run("kel_evaluation_tool /proc/self a");
-  EXPECT_TRUE(kernel.starts_with("Surveyed /proc/self: files: 0, directories: 0, ")) << kernel;
+}
+
+TEST(Survey, PassesByTheKernelsOwnFileSystems) {
+  const Scratch scratch;
+  scratch.write("d/proc/hidden", "");
+  const string mount = "unshare --mount sh -c 'mount -t $0 $0 d/proc && kel_evaluation_tool d a' ";
+  for (const string type : {"proc", "sysfs"}) {
+    const string all = scratch.run(mount + type);
+    if (all.find("Surveyed") == string::npos) GTEST_SKIP() << "cannot mount here: " << all;
+    EXPECT_TRUE(all.starts_with("Surveyed d: files: 0, directories: 1, ")) << all;
+  }
+}
+
+TEST(Survey, TellsHowItIsUsed) {
+  const Scratch scratch;
+  const string usage = "usage: kel_evaluation_tool <directory> <aliasName>\n";
+  EXPECT_EQ(scratch.run("kel_evaluation_tool --help"), usage);
+  EXPECT_EQ(scratch.run("kel_evaluation_tool d"), "kel_evaluation_tool: " + usage + "status 1\n");
+  EXPECT_TRUE(scratch.run("kel_evaluation_tool --version").starts_with("kel_evaluation_tool 1."));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ void Workers::run(unsigned count, const std::function<void(Lock&)>& work,
     try {
       work(lock);
     } catch (...) {
-      if (!lock.owns_lock()) {  // else nobody else meets a source that broke under it
+      if (!lock.owns_lock()) {
         lock.lock();
       }
       failure_ = haveFailed() ? failure_ : std::current_exception();

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
+#include "common/console.h"
 #include "common/workers.h"
 
 namespace {
@@ -80,11 +80,8 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
 }  // namespace
 
 std::string progressText(double share, std::chrono::duration<double> elapsed) {
-  const auto left = static_cast<long>(elapsed.count() * (1.0 - share) / share);
-  char text[64];
-  std::snprintf(text, sizeof text, "%.1f %% done, %ld:%02ld:%02ld left", share * 100.0, left / 3600,
-                left / 60 % 60, left % 60);
-  return text;
+  const double left = elapsed.count() * (1.0 - share) / share;
+  return decimal(share * 100.0, 1) + " % done, " + decimal(left / 60.0, 0) + " min left";
 }
 
 SampleTotals compressSample(const Options& options) {

@@ -37,13 +37,18 @@ Estimate estimateRatio(const SampleTotals& totals) {
   return {1.0 / share, 1.0 / std::min(share + error, 1.0), 1.0 / std::max(share - error, 0.0)};
 }
 
+// Of the data found, what the skipped blocks stand for.
+double unreadShare(const SampleTotals& totals) {
+  return double(totals.skippedBytes) / double(totals.skippedBytes + totals.originalBytes);
+}
+
 std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const Estimate& estimate) {
   return "part " + std::to_string(part) +
          ": detection finished ratio: " + decimal(estimate.ratio, 4) +
          " blocks: " + std::to_string(totals.blocks) +
          " bytes: " + std::to_string(totals.bytesRead) + " 95%: " + decimal(estimate.low, 4) +
          " to " + decimal(estimate.high, 4) + " skipped: " + std::to_string(totals.skippedBlocks) +
-         "\n";
+         " unread: " + decimal(unreadShare(totals), 4) + "\n";
 }
 
 std::string sentence(const Options& options, const SampleTotals& totals, const Estimate& estimate) {
@@ -52,17 +57,17 @@ std::string sentence(const Options& options, const SampleTotals& totals, const E
                      decimal(estimate.ratio, 2);
   const bool isExact = estimate.low == estimate.high;
   if (!isExact) {
-    const std::string low = decimal(estimate.low, 2);
+    // Rounded outwards.
+    const std::string low = decimal(std::floor(estimate.low * 100.0) / 100.0, 2);
+    const std::string high = decimal(std::ceil(estimate.high * 100.0) / 100.0, 2);
     text += ", 95 % sure " +
-            (std::isinf(estimate.high) ? "of at least " + low
-                                       : "between " + low + " and " + decimal(estimate.high, 2)) +
+            (std::isinf(estimate.high) ? "of at least " + low : "between " + low + " and " + high) +
             ", from " + std::to_string(totals.blocks) + " blocks";
   }
   if (totals.skippedBlocks == 0) {
     return text + (isExact ? ", exact: all that was found was read." : ", all of them readable.");
   }
-  const auto found = double(totals.skippedBytes + totals.originalBytes);
-  const double percent = double(totals.skippedBytes) / found * 100.0;
+  const double percent = unreadShare(totals) * 100.0;
   // A share that is not quite all, or hardly anything, is not told as either.
   text += percent < 0.1 ? "; less than " : percent > 99.9 ? "; more than " : "; ";
   return text + decimal(std::clamp(percent, 0.1, 99.9), 1) +

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -28,37 +29,30 @@ OptionTexts readTexts(int argc, char** argv) {
     // A size that nobody found is no word on the command line: the next option takes its place.
     throw std::runtime_error("no total size: the survey left no figures");
   }
-  std::string missing;
+  bool isWhole = argc % 2 == 1 && texts.size() == std::size(kOptions);
   for (const auto& [option, value] : kOptions) {
-    if (missing.empty() && texts[option].empty()) {
-      missing = std::string("option ") + option + " is missing; ";
-    }
+    isWhole = isWhole && !texts[option].empty();
   }
-  if (!missing.empty() || argc % 2 == 0 || texts.size() != std::size(kOptions)) {
-    throw std::runtime_error(missing + usage());
+  if (!isWhole) {
+    throw std::runtime_error(usage());
   }
   return texts;
 }
 
-// Takes the whole text for a number in what `allowed` says in words.
+// Takes the whole text for a number from `least` to `most`.
 template <typename Number>
-Number numberFrom(const OptionTexts& texts, const char* option, Number least, Number most,
-                  const std::string& allowed) {
+Number numberFrom(const OptionTexts& texts, const char* option, Number least, Number most) {
   const std::string& text = texts.at(option);
   const char* const end = text.data() + text.size();
   Number value{};
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (error != std::errc() || stop != end || !(value >= least && value <= most)) {
-    throw std::runtime_error(std::string("option ") + option + " must be " + allowed + ", not \"" +
-                             text + '"');
+    std::ostringstream message;
+    message << "option " << option << " must be a" << (std::is_integral_v<Number> ? " whole" : "")
+            << " number from " << least << " to " << most << ", not \"" << text << '"';
+    throw std::runtime_error(message.str());
   }
   return value;
-}
-
-std::uint64_t wholeNumber(const OptionTexts& texts, const char* option, std::uint64_t least,
-                          std::uint64_t most) {
-  return numberFrom(texts, option, least, most,
-                    "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
 }
 
 }  // namespace
@@ -76,13 +70,12 @@ Options readOptions(int argc, char** argv) {
   Output result(texts.at("-l"));
   // The leading integer, since what an operator typed comes here unchanged.
   const long long threads = std::strtoll(texts.at("-t").c_str(), nullptr, 10);
-  return {
-      .result = std::move(result),
-      .listName = texts.at("-f"),
-      .blockSize = wholeNumber(texts, "-s", 1, 65536) * 1024,
-      .fraction = numberFrom(texts, "-r", std::nextafter(0.0, 1.0), 1.0, "above 0 and at most 1"),
-      .fewestBlocks = wholeNumber(texts, "-j", 1, UINT32_MAX),
-      .threads = static_cast<unsigned>(std::clamp(threads, 1LL, kMostThreads)),
-      .totalBytes = wholeNumber(texts, "-o", 0, UINT64_MAX),
-      .part = wholeNumber(texts, "-i", 0, UINT64_MAX)};
+  return {.result = std::move(result),
+          .listName = texts.at("-f"),
+          .blockSize = numberFrom<std::uint64_t>(texts, "-s", 1, 65536) * 1024,
+          .fraction = numberFrom(texts, "-r", 0.0, 1.0),
+          .fewestBlocks = numberFrom<std::uint64_t>(texts, "-j", 1, UINT32_MAX),
+          .threads = static_cast<unsigned>(std::clamp(threads, 1LL, kMostThreads)),
+          .totalBytes = numberFrom<std::uint64_t>(texts, "-o", 0, UINT64_MAX),
+          .part = numberFrom<std::uint64_t>(texts, "-i", 0, UINT64_MAX)};
 }

@@ -7,7 +7,7 @@ struct Options {
   Output result;               // -l
   std::string listName;        // -f, the files to sample
   std::uint64_t blockSize;     // -s, given in KiB, here in bytes
-  double fraction;             // -r, share of the bytes to sample, above 0 and at most 1
+  double fraction;             // -r, share of the bytes to sample, 1 reads everything
   std::uint64_t fewestBlocks;  // -j
   unsigned threads;            // -t
   std::uint64_t totalBytes;    // -o, what the fraction is taken of

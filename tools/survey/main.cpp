@@ -24,21 +24,21 @@ namespace {
 constexpr unsigned kThreads = 8;             // storage that answers late answers as many at once
 constexpr int kPiecesAhead = 64;             // from the front on, so that a disk's head stays near
 constexpr std::size_t kPieceLength = 65536;  // bytes of entries, some 2,000 of usual names
-constexpr std::size_t kMostHeldBack = 32
-                                      << 20;  // bytes of the list: beyond, only the front is read
-constexpr std::size_t kMostNamed = 10;        // more would scroll the report away
-constexpr double kUsualAllocation = 0.9;      // of the size; what is missing lifts the ratio
+constexpr std::size_t kMostHeldBack = 33554432;  // bytes of the list; then the front is read
+constexpr std::size_t kMostNamed = 10;           // more would scroll the report away
+constexpr double kTellingShare = 0.01;           // of the size, without storage
 
 // What is counted, in the order of the info log, and its names there.
 enum Figure {
-  kBytes,           // of the regular files
-  kFiles,           // those
-  kDirectories,     // the surveyed one included
-  kAllocatedBytes,  // of storage, to the files
-  kLeftOut,         // directories and files that were found but could not be read
+  kBytes,             // of the regular files
+  kFiles,             // those
+  kDirectories,       // the surveyed one included
+  kAllocatedBytes,    // of storage, to the files
+  kUnallocatedBytes,  // of the files, without storage
+  kLeftOut,           // directories and files that were found but could not be read
 };
-constexpr std::array kFigureNames = {"size", "file_count", "dir_count", "allocated_size",
-                                     "left_out_count"};
+constexpr std::array kFigureNames = {"size",           "file_count",       "dir_count",
+                                     "allocated_size", "unallocated_size", "left_out_count"};
 using Figures = std::array<std::uint64_t, kFigureNames.size()>;
 
 // As many of a directory's entries as fill a buffer, and what is found in them. One that is not
@@ -58,9 +58,8 @@ struct Piece {
 
 // Walks a tree without following the symbolic links in it. The pieces still to be written stand in
 // the order of the list, whatever the threads do: a thread takes one, puts the rest of its
-// directory right behind it and, between the two, the directories that it finds. Those at the front
-// that are read are written and dropped. The front waits for nobody: a thread has it or takes it
-// next.
+// directory behind it and, between the two, the directories found. Those at the front that are read
+// are written and dropped. The front waits for nobody: a thread has it or takes it next.
 class Survey {
  public:
   // Neither of the survey's own two files counts.
@@ -202,8 +201,10 @@ class Survey {
                !list_.isSameFile(status)) {
       ++piece.figures[kFiles];
       const auto size = static_cast<std::uint64_t>(status.st_size);
+      const auto allocated = static_cast<std::uint64_t>(status.st_blocks) * 512;
       piece.figures[kBytes] = sum(piece.figures[kBytes], size);
-      piece.figures[kAllocatedBytes] += static_cast<std::uint64_t>(status.st_blocks) * 512;
+      piece.figures[kAllocatedBytes] += allocated;
+      piece.figures[kUnallocatedBytes] += size - std::min(size, allocated);
       piece.records += std::to_string(size) + ' ' + path + '\0';
     }
   }
@@ -245,14 +246,16 @@ std::string sentence(const std::string& directory, const Figures& figures) {
                      ", directories: " + std::to_string(figures[kDirectories]) +
                      ", size: " + sizeText(figures[kBytes]) +
                      " (allocated: " + sizeText(figures[kAllocatedBytes]);
-  if (double(figures[kAllocatedBytes]) < kUsualAllocation * double(figures[kBytes])) {
-    text += "; the rest is holes or already compressed by the file system, and lifts the ratio";
+  if (double(figures[kUnallocatedBytes]) / double(figures[kBytes]) >= kTellingShare) {
+    text += "; without storage: " + sizeText(figures[kUnallocatedBytes]) +
+            " of holes or compressed by the file system, which lift the ratio";
   }
   if (figures[kLeftOut] == 0) {
     return text + "), all of it listed.";
   }
-  return text + "), not readable: " + std::to_string(figures[kLeftOut]) +
-         " directories or files; what they hold is missing.";
+  return text +
+         "), directories or files that could not be read: " + std::to_string(figures[kLeftOut]) +
+         "; what they hold is missing.";
 }
 
 int survey(const std::string& directory, const std::string& aliasName) {
@@ -262,12 +265,10 @@ int survey(const std::string& directory, const std::string& aliasName) {
   const Figures figures = Survey(directory, infoLog, list).run();
   list.finish();
   say(sentence(directory, figures));
-  std::string log;
   for (std::size_t i = 0; i < figures.size(); ++i) {
-    log += std::string("detect_directory_") + kFigureNames[i] +
-           " is: " + std::to_string(figures[i]) + "\n";
+    infoLog.append(std::string("detect_directory_") + kFigureNames[i] +
+                   " is: " + std::to_string(figures[i]) + "\n");
   }
-  infoLog.append(log);
   infoLog.finish();
   return figures[kLeftOut] == 0 ? EXIT_SUCCESS : kPartialResult;
 }

@@ -8,6 +8,7 @@ check_cxx_source_compiles("
   int main(int argc, char**) { return std::to_string(ZSTD_compressBound(argc)).empty(); }"
   CAN_LINK_STATICALLY)
 if(NOT CAN_LINK_STATICALLY)
+  unset(CAN_LINK_STATICALLY CACHE)  # the next time they may be there
   message(FATAL_ERROR "A package needs the static archives of the C library, the C++ runtime and "
     "zstd. Install libc6-dev, g++ and libzstd-dev, or where they are packed apart, "
     "glibc-static, libstdc++-static and libzstd-static.")

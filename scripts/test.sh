@@ -5,7 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-# check PRESET: builds a preset, which says what of it, and runs its tests.
+# check PRESET: builds the programs and, for release, the tests as well, which run the programs of
+# the preset.
 check() {
   {
     cmake --preset "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:+ON}"

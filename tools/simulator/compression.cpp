@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <stdexcept>
 
@@ -79,11 +80,6 @@ void add(SampleTotals& totals, const std::vector<Block>& pair) {
 
 }  // namespace
 
-std::string progressText(double share, std::chrono::duration<double> elapsed) {
-  const double left = elapsed.count() * (1.0 - share) / share;
-  return decimal(share * 100.0, 1) + " % done, " + decimal(left / 60.0, 0) + " min left";
-}
-
 SampleTotals compressSample(const Options& options) {
   Sample sample(options);
   SampleTotals totals;
@@ -104,7 +100,9 @@ SampleTotals compressSample(const Options& options) {
   const auto start = std::chrono::steady_clock::now();
   workers.run(options.threads, work, [&] {
     const double share = std::max(sample.shareDone(), 1e-9);  // none may have been taken yet
-    return progressText(share, std::chrono::steady_clock::now() - start);
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    return decimal(share * 100.0, 1) + " % done, " +
+           decimal(elapsed.count() * (1.0 - share) / share / 60.0, 0) + " min left";
   });
   return totals;
 }

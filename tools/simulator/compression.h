@@ -1,7 +1,5 @@
 #pragma once
 
-#include <chrono>
-
 #include "simulator/sample.h"
 
 // What the sample adds up to, in bytes where nothing else is said. Whole numbers, so that the sums
@@ -22,9 +20,6 @@ struct SampleTotals {
 constexpr int kCompressionLevel = 1;  // of zstd
 
 constexpr double kShareUnits = 65536.0;  // make a block's compressed share a whole number
-
-// What the operator reads while the sample is compressed, `share` of it being done.
-std::string progressText(double share, std::chrono::duration<double> elapsed);
 
 // Reads and compresses the sample in the asked number of threads. Throws when the list cannot be
 // read or memory runs out, without waiting for the rest of the sample.

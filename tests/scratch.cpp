@@ -1,0 +1,53 @@
+#include "scratch.h"
+
+#include <sys/wait.h>
+
+#include <chrono>
+#include <fstream>
+#include <regex>
+
+string replaced(const string& text, const string& pattern, const string& by) {
+  return std::regex_replace(text, std::regex(pattern), by);
+}
+
+double numberBehind(const string& text, const string& name) {
+  if (text.find(name + " ") == string::npos) throw std::runtime_error(name + " is not in " + text);
+  return std::stod(text.substr(text.find(name + " ") + name.size()));
+}
+
+Scratch::Scratch() {
+  fs::create_directory(folder);
+  setenv("TOP", top.c_str(), 1);
+  setenv("PROGRAMS", PROGRAMS, 0);  // unless others are to be tested
+}
+
+Scratch::~Scratch() { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }
+
+fs::path Scratch::write(const string& name, const string& content) const {
+  fs::create_directories((folder / name).parent_path());
+  std::ofstream(folder / name) << content;
+  return folder / name;
+}
+
+string Scratch::read(const string& name) const {
+  std::ifstream file(folder / name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+string Scratch::run(const string& command, const string& input) const {
+  write("../command", "PATH=$PROGRAMS:'" SCRIPTS "':$PATH; cd work\n" + command);
+  write("../in", input);
+  const int status = WEXITSTATUS(
+      std::system("cd \"$TOP\" && ulimit -f 4000 && exec timeout 20 sh command <in >out 2>err"));
+  const string told = read("../out") + read("../err");
+  if (status == 124 || told.size() > 100000 || told.find("Sanitizer: ") != string::npos) {
+    throw std::runtime_error(command + ": " + told.substr(0, 2000));
+  }
+  return told + (status == 0 ? "" : "status " + std::to_string(status) + "\n");
+}
+
+double Scratch::secondsWith(const string& delay, const string& command) const {
+  const auto start = std::chrono::steady_clock::now();
+  run("strace -fqqo ../trace -e inject=" + delay + " " + command);
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}

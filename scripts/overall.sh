@@ -20,7 +20,7 @@ case ${1:-} in
     ;;
   -n)
     times=${2:-}
-    case $times in '' | 0* | *[!0-9]*) fail "$usage" ;; esac
+    case $times in '' | 0* | *[!0-9]* | ??????????*) fail "$usage" ;; esac
     shift 2
     ;;
   -*) fail "$usage" ;;

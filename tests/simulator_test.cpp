@@ -79,7 +79,8 @@ TEST_F(Simulator, ReadsTheAskedShareAndKnowsItsError) {
   fs::resize_file(scratch.write("sparse", ""), 40 << 20);
   addToList("sparse", 40 << 20);
   // Never more than 4096 times the fewest, of which neighbours pick the same some 200 times.
-  EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -o 9999999999"), "blocks:"), 3900, 195);
+  EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -r 0.001 -o 99999999999"), "blocks:"), 3900, 195);
+  EXPECT_EQ(numberBehind(simulate("-s 1 -j 1 -r 1"), "bytes:"), total) << "when asked for all";
 }
 
 TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {

@@ -153,19 +153,19 @@ class Survey {
     return isOpen;
   }
 
-  // Reads the next entries of the directory, `length` bytes of them. Returns whether there are
-  // more. A listing may be interrupted anywhere; a piece ends where the next entry does not fit.
+  // Reads the next entries of the directory, `length` bytes of them. A listing may be interrupted
+  // anywhere; it ends where the next entry does not fit. Returns whether that, or else a failure,
+  // awaits the rest.
   bool fill(Piece& piece, std::vector<char>& buffer, std::size_t& length) {
     ssize_t added = 0;
     while ((added = getdents64(piece.opened->descriptor(), buffer.data() + length,
                                buffer.size() - length)) > 0) {
       length += static_cast<std::size_t>(added);
     }
-    const bool isFull = added < 0 && errno == EINVAL && length > 0;
-    if (added < 0 && !isFull) {
+    if (added < 0 && length == 0) {
       leaveOut(piece, piece.path);
     }
-    return isFull;
+    return added < 0 && length > 0;
   }
 
   void lookAt(Piece& piece, std::string_view listing) {

@@ -2,7 +2,8 @@
 # overall.sh [-n TIMES] [FOLDER:]DIR...: prints the overall compression ratio of all DIR together,
 # by the estimator's formula, without its cap and with its 95 % interval, from the figures that the
 # last runs left in this folder or in FOLDER. DIR is typed as to the estimator, behind FOLDER as an
-# absolute path. With -n it is the ratio of TIMES times as much of the same data.
+# absolute path. With -n it is the ratio of TIMES times as much of the same data. For example:
+#     overall.sh -n 10 db1:/data db2:/data /srv/mail
 LC_ALL=C
 export LC_ALL
 usage='usage: overall.sh [-n TIMES] [FOLDER:]DIR...'
@@ -117,6 +118,7 @@ answer=$(awk -v times="$times" '
     return most
   }
 
+  # The formula of the estimator; the 1 GiB counts once, whatever there is of the rest.
   function overall(bytes, compressed,  fixed) {
     fixed = 1073741824 + times * overhead
     return (times * bytes + fixed) / (times * (compressed > 0 ? compressed : 0) + fixed)
@@ -128,12 +130,13 @@ answer=$(awk -v times="$times" '
     if (isErrorUnknown) {
       text = text ", from a sample that does not tell its error"
     } else if (squaresAbove + squaresBelow > 0) {
+      # Rounded outwards, so that the ends still hold what they are sure of.
       low = int(100 * overall(bytes, compressed + root(squaresAbove)))
       end = 100 * overall(bytes, compressed - root(squaresBelow))
       high = int(end) < end ? int(end) + 1 : int(end)
       text = text sprintf(", 95 %% sure between %.2f and %.2f", low / 100, high / 100)
     }
-    if (unallocated > 0 && unallocated >= 0.01 * bytes)
+    if (unallocated >= 0.01 * bytes)
       text = text "; without its holes, or what the file system has compressed already, " \
              sprintf("%.2f", overall(bytes - unallocated, compressed))
     if (skipped > 0) {

@@ -98,9 +98,8 @@ TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
 TEST_F(Run, AHostileNameReachesTheToolsAsItIs) {
   const string name = "-n it's;touch hit\n$(touch hit)`touch hit`*?[a]~#&|<>(){}!\"\\%s\x01\xff";
   const string directory = scratch.write(name + "/set/file", "x").parent_path();
-  setenv("DIR", name.c_str(), 1);
   // A number above 20 may have anything behind it.
-  scratch.run("cp kel_* log result \"./$DIR\"; cd \"./$DIR\"; kel_estimator", "y set 21'$(id) y");
+  scratch.run("cp kel_* log result ./-n*; cd ./-n*; kel_estimator", "y set 21'$(id) y");
   alias = replaced(directory.substr(1), "/", "_");
   EXPECT_EQ(scratch.read(name + "/calls"),
             "<" + directory + "><" + alias + ">\n<-f><" + alias + "_file_type_file_list_new.log>" +
@@ -125,6 +124,14 @@ TEST_F(Run, FiguresDecideHowItEnds) {
   EXPECT_EQ(numberBehind(end(replaced(kLog, "524288", "524289"), kResult), "ratio ="), 1.37);
   // (18 + 4) / (18 / ratio + 4) is 1.526 for 1.728; from 1.525 on 1.53 would be shown.
   EXPECT_LE(numberBehind(end(kLog, replaced(kResult, "1.50", "1.728")), "ratio ="), 1.52);
+  const auto warning = [&](const string& size, const string& files) {
+    const string log = replaced(replaced(kLog, "19327352832", size), "524288", files);
+    return replaced(end(log, kResult), "[^]*Info ---.*\nThe |the estimation[^]*|totalDetected[^]*",
+                    "");
+  };
+  EXPECT_EQ(warning("107374182400", "1024"), "") << "100 GiB in files of 100 MiB";
+  EXPECT_EQ(warning("107374182399", "1000"), "detected size is less than 100GB, ");
+  EXPECT_EQ(warning("107374182400", "1025"), "average detected file size is less than 100MB, ");
 }
 
 TEST_F(Run, LostOutputEndsItByAFailureAndItsToolsByTheSignal) {

@@ -114,7 +114,6 @@ TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
       {"an empty size", "-o -i 0", "no total size: the survey left", "EARLIER"},
       {"the result comes first", "-f no -l no/r", "cannot write no/r in the working", "EARLIER"},
       {"a unit", "-s 4k", "option -s must be a whole number from 1 to 65536, not \"4k\""},
-      {"more than all", "-r 1.5", "option -r must be a number from 0 to 1, not \"1.5\""},
       {"beyond 64 bits", "-f huge", "the sizes add up to more"},
       {"the last NUL is missing", "-f cut", "not a list of files"},
   };

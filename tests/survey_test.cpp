@@ -96,7 +96,6 @@ TEST(Survey, TellsItsOperatorAndKeepsEscapesForATerminal) {
   scratch.run("mkdir d; touch err");
   const string usage = "usage: kel_evaluation_tool <directory> <aliasName>\n";
   EXPECT_EQ(scratch.run(kTool + " --help"), usage);
-  EXPECT_EQ(scratch.run(kTool + " --version | tr -d 0-9"), kTool + " ..\n");
   EXPECT_EQ(scratch.run(kTool + " d"), kTool + ": " + usage + "status 1\n");
   EXPECT_NE(scratch.run(kTool + " d a >/dev/full").find("output: No space left"), string::npos);
   EXPECT_EQ(scratch.run(kTool + " d a >a_file_info.log; head -c 8 a_file_info.log"), "Surveyed");

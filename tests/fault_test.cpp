@@ -37,6 +37,7 @@ TEST_F(Fault, IsToldAndLeavesNoFalseFigure) {
        {"?clone,?clone3:error=EAGAIN:when=2", "left_out_count is: 0\n"},
        {"openat:error=EPERM:when=1 -P a_file_info.log", "Operation not permitted\nstatus 1\n"},
        {"write:error=EIO -P $PWD/a_file_info.log", "cannot write a_file_info.log" + place + error},
+       {"write:error=EIO -P $PWD/a_file_type_file_list_new.log", "_new.log" + place + error},
        {"writev:error=ENOSPC", "_list_new.log" + place + "No space left on device\nstatus 1\n"}});
   strike("kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
          {{"?clone,?clone3:error=EPERM", "skipped: 0 unread: 0.0000\n"},

@@ -35,7 +35,7 @@ string Scratch::read(const string& name) const {
 }
 
 string Scratch::run(const string& command, const string& input) const {
-  write("../command", "PATH=$PROGRAMS:'" SCRIPTS "':$PATH; cd work\n" + command);
+  write("../command", "ulimit -n 48; PATH=$PROGRAMS:'" SCRIPTS "':$PATH; cd work\n" + command);
   write("../in", input);
   const int status = WEXITSTATUS(
       std::system("cd \"$TOP\" && ulimit -f 4000 && exec timeout 20 sh command <in >out 2>err"));

@@ -24,7 +24,8 @@ struct Scratch {
   string read(const string& name) const;
 
   // What a shell command in the folder, which finds the programs by name, prints, then complains
-  // of, then a line with its status unless that is 0. Throws when it hangs or tells too much.
+  // of, then a line with its status unless that is 0. Throws when it hangs or tells too much. Few
+  // files may be open, so that a leak shows.
   string run(const string& command, const string& input = "") const;
 
   // The seconds that a command takes where strace delays its system calls of a kind.

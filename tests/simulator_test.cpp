@@ -22,10 +22,10 @@ struct Simulator : testing::Test {
     scratch.write("list", list);
   }
 
-  // What is told and the result; later options replace the usual ones. Few files, to show a leak.
+  // What is told and the result; later options replace the usual ones.
   string simulate(const string& options) const {
     scratch.write("result", "EARLIER");
-    const string usual = "ulimit -n 64; kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result";
+    const string usual = "kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result";
     const string told = scratch.run(usual + " -o " + std::to_string(total) + " " + options);
     return told + scratch.read("result");
   }

@@ -120,6 +120,12 @@ mksquashfs "$directory" image -comp zstd -Xcompression-level 1 -b 128K -no-fragm
 # The compressed blocks lie between the superblock, 96 bytes, with the level, 6 bytes, and where it
 # says that the inodes start.
 stored=$(($(od -An -t u8 -j 64 -N 8 image) - 102))
+image_row=
+if [ "$stored" -gt 0 ]; then  # not of zeros alone, which it leaves out
+  image_row="| reading everything, against a squashfs image of the same blocks | $exact, $(
+    awk "BEGIN { printf \"%.4f\", $(figure size) / $stored }") |
+"
+fi
 
 cat <<END
 
@@ -130,7 +136,6 @@ $directory: $(figure file_count) files, $(quotient "$(figure size)" 1073741824) 
 | the survey, against \`find DIR -type f -printf '%s %p\\0' >FILE\` | $(quotient "$survey" "$find") times as long ($(quotient "$survey" 1) s, $(quotient "$find" 1) s) |
 | the whole estimate, against \`tar cf - DIR \\| zstd -1 -T$threads \\| wc -c\` | $(quotient "$compression" "$estimate") times as fast ($(quotient "$estimate" 1) s, $(quotient "$compression" 1) s) |
 $sample_rows
-| reading everything, against a squashfs image of the same blocks | $exact, $(awk "BEGIN { printf \"%.4f\", $(figure size) / $stored }") |
-$rows| most memory held by the survey | $survey_peak |
+$image_row$rows| most memory held by the survey | $survey_peak |
 | most memory held by the simulator | $simulator_peak |
 END

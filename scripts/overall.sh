@@ -2,7 +2,8 @@
 # overall.sh [-n TIMES] [FOLDER:]DIR...: prints the overall compression ratio of all DIR together,
 # by the estimator's formula, without its cap and with its 95 % interval, from the figures that the
 # last runs left in this folder or in FOLDER. DIR is typed as to the estimator, behind FOLDER as an
-# absolute path. With -n it is the ratio of TIMES times as much of the same data. For example:
+# absolute path; one that holds ":/" needs ".:" in front. With -n it is the ratio of TIMES times as
+# much of the same data. For example:
 #     overall.sh -n 10 db1:/data db2:/data /srv/mail
 LC_ALL=C
 export LC_ALL

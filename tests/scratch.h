@@ -23,9 +23,9 @@ struct Scratch {
   fs::path write(const string& name, const string& content) const;
   string read(const string& name) const;
 
-  // What a shell command in the folder, which finds the programs by name, prints, then complains
-  // of, then a line with its status unless that is 0. Throws when it hangs or tells too much. Few
-  // files may be open, so that a leak shows.
+  // What a shell command in the folder, which finds the programs by name and may open few files,
+  // prints, then complains of, then a line with its status unless that is 0. Throws when it hangs
+  // or tells too much.
   string run(const string& command, const string& input = "") const;
 
   // The seconds that a command takes where strace delays its system calls of a kind.

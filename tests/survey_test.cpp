@@ -4,8 +4,7 @@ const string kTool = "kel_evaluation_tool";
 
 TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   const Scratch scratch;
-  for (string name : {"two\nlines", "back\\slash", "\xff\xfe", " ", "s/f"})
-    scratch.write(name, name);
+  for (string n : {"two\nlines", "back\\slash", "\xff\xfe", " ", "s/f"}) scratch.write(n, n);
   // 64 GiB of hole; below 33 levels of 120 characters, a path longer than the system takes, 4096.
   scratch.run(R"(truncate -s 64G plain; mkfifo pipe; ln plain s/hard
       ln -s . loop; ln -s plain soft; ln -s no dangling

@@ -6,9 +6,9 @@ TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   const Scratch scratch;
   for (string n : {"two\nlines", "back\\slash", "\xff\xfe", " ", "s/f"}) scratch.write(n, n);
   // 64 GiB of hole; below 33 levels of 120 characters, a path longer than the system takes, 4096.
-  scratch.run(R"(truncate -s 64G plain; mkfifo pipe; ln plain s/hard
-      ln -s . loop; ln -s plain soft; ln -s no dangling
-      name=$(printf %0120d 0); for i in $(seq 33); do mkdir $name; cd -P $name; done; touch $name)");
+  scratch.run(R"(truncate -s 64G plain; mkfifo pipe; ln plain s/hard; ln -s . loop; ln -s plain soft
+      ln -s no dangling; name=$(printf %0120d 0)
+      for i in $(seq 33); do mkdir $name; cd -P $name; done; touch $name)");
   // What find says of all but this one: the info log and, sorted, the list.
   scratch.run(R"(exec >../found
       find . -maxdepth 33 -printf '%y %s %b\n' | awk '

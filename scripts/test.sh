@@ -12,7 +12,7 @@ check() {
     cmake --preset "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:+ON}"
     cmake --build --preset "$1" -j "$(nproc)"
   } </dev/null >&2
-  ctest --preset "$1" -j "$(nproc)"
+  ctest --preset "$1" -j "$(($(nproc) + 1))"  # they also wait
 }
 
 need tests

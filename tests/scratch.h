@@ -28,8 +28,8 @@ struct Scratch {
   // or tells too much.
   string run(const string& command, const string& input = "") const;
 
-  // The seconds that a command takes where strace delays its system calls of a kind.
-  double secondsWith(const string& delay, const string& command) const;
+  // The same where strace delays system calls of a kind. Throws when three runs take longer.
+  string runIn(const string& seconds, const string& delay, const string& command) const;
 
   string model = fs::temp_directory_path() / "kelXXXXXX";
   fs::path top = fs::canonical(mkdtemp(model.data())), folder = top / "work";

@@ -17,8 +17,9 @@
 namespace {
 
 void drawOnTerminal(const std::string& drawing) {
-  const char* const kind = std::getenv("TERM");
-  if (isatty(STDERR_FILENO) != 0 && kind != nullptr && kind != std::string("dumb")) {
+  const char* const variable = std::getenv("TERM");
+  const std::string kind = variable == nullptr ? "" : variable;
+  if (isatty(STDERR_FILENO) != 0 && !kind.empty() && kind != "dumb") {
     std::fputs(drawing.c_str(), stderr);
   }
 }

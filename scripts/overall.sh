@@ -137,7 +137,7 @@ answer=$(awk -v times="$times" '
       high = int(end) < end ? int(end) + 1 : int(end)
       text = text sprintf(", 95 %% sure between %.2f and %.2f", low / 100, high / 100)
     }
-    if (unallocated >= 0.01 * bytes)
+    if (unallocated > 0 && unallocated >= 0.01 * bytes)
       text = text "; without its holes, or what the file system has compressed already, " \
              sprintf("%.2f", overall(bytes - unallocated, compressed))
     if (skipped > 0) {

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 host=$(mktemp -d)
 trap 'rm -rf --one-file-system "$host"' EXIT
-tar xf build/package/*.tar.gz -C "$host" --strip-components 1
+tar xf build/package/kel_estimator-*.tar.gz -C "$host" --strip-components 1
 for program in "$host"/kel_*; do
   readelf -d "$program" | grep 'no dynamic section' >/dev/null || {
     echo "not static: $program" >&2
@@ -25,9 +25,12 @@ try() {
 }
 cd "$host"
 try env -i PATH="$PATH" sh
-if [ "$(id -u)" -eq 0 ] && { type -P busybox || install_packages busybox-static; } >/dev/null; then
+[ "$(id -u)" -ne 0 ] || type -P busybox >/dev/null || install_packages busybox-static || true
+if [ "$(id -u)" -eq 0 ] && readelf -d "$(type -P busybox)" | grep 'no dynamic section' >/dev/null; then
   mkdir bin
   cp "$(type -P busybox)" bin/
   for tool in sh grep awk mkdir tr; do ln -s busybox "bin/$tool"; done
   try env -i PATH=/bin "$(type -P chroot)" . /bin/sh
+else
+  echo "not tried in a root directory of its own, which takes root and a static busybox" >&2
 fi

@@ -59,7 +59,7 @@ struct Piece {
 // Walks a tree without following the symbolic links in it. The pieces still to be written stand in
 // the order of the list, whatever the threads do: a thread takes one, puts the rest of its
 // directory behind it and, between the two, the directories found. Those at the front that are read
-// are written and dropped. The front waits for nobody: a thread has it or takes it next.
+// are written and dropped. The front is taken at the latest when nothing else may be.
 class Survey {
  public:
   // Neither of the survey's own two files counts.
@@ -125,7 +125,7 @@ class Survey {
       next = std::ranges::find(pieces_.begin(), stop, false, &Piece::isTaken);
       const auto rest = std::find_if(
           next, stop, [](const Piece& piece) { return !piece.isTaken && piece.opened; });
-      if (next != pieces_.begin() && rest != stop) {
+      if (rest != stop) {
         next = rest;  // else more and more directories would be open
       }
       return next != stop || pieces_.empty();
@@ -154,8 +154,8 @@ class Survey {
   }
 
   // Reads the next entries of the directory, `length` bytes of them. A listing may be interrupted
-  // anywhere; it ends where the next entry does not fit. Returns whether that, or else a failure,
-  // awaits the rest.
+  // anywhere; it ends where the next entry does not fit. Returns whether there is a rest; a failure
+  // behind other entries counts as one, which then meets it.
   bool fill(Piece& piece, std::vector<char>& buffer, std::size_t& length) {
     ssize_t added = 0;
     while ((added = getdents64(piece.opened->descriptor(), buffer.data() + length,

@@ -16,7 +16,7 @@ endif()
 unset(CMAKE_REQUIRED_LIBRARIES)
 add_link_options(-static)
 
-# add_licence NAME FILE...: takes the first of the files that is there.
+# add_licence NAME FILE...: takes whichever of the files is there.
 function(add_licence name)
   file(GLOB found LIST_DIRECTORIES false ${ARGN})
   if(NOT found)

@@ -29,7 +29,7 @@ struct Scratch {
   string run(const string& command, const string& input = "") const;
 
   // The same where strace delays system calls of a kind. Throws when three runs take longer.
-  string runIn(const string& seconds, const string& delay, const string& command) const;
+  void runIn(const string& seconds, const string& delay, const string& command) const;
 
   string model = fs::temp_directory_path() / "kelXXXXXX";
   fs::path top = fs::canonical(mkdtemp(model.data())), folder = top / "work";

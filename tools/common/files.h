@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cstdint>
 #include <fstream>
 #include <string>
 
@@ -46,18 +45,3 @@ class Output {
   std::ofstream file_;
   struct stat status_ {};
 };
-
-// The list of files that the survey leaves for the simulator: for each regular file its size in
-// bytes, a blank, its path and a NUL byte, as `find DIR -type f -printf '%s %p\0'` writes them.
-
-struct ListedFile {
-  std::uint64_t size = 0;
-  std::string path;
-};
-
-// Takes the next file of a list into `file`; returns false at its end. Throws std::runtime_error
-// when the list cannot be read or has a record that is no file.
-bool readListedFile(std::istream& list, ListedFile& file);
-
-// Throws std::overflow_error when 64 bits do not hold the sum.
-std::uint64_t sum(std::uint64_t bytes, std::uint64_t more);

@@ -11,10 +11,23 @@ class Workers {
  public:
   using Lock = std::unique_lock<std::mutex>;
 
-  // Calls `work`, which starts and ends with the lock held, in `count` threads, in as many as the
-  // system starts or else in this one, and shows what `progress`, called with the lock held, tells.
-  // Throws what the first of them threw.
-  void run(unsigned count, const std::function<void(Lock&)>& work,
+  // Gives up the lock for as long as it lives, for what a thread does alone.
+  class Unlocked {
+   public:
+    explicit Unlocked(Lock& lock) : lock_(lock) { lock_.unlock(); }
+    ~Unlocked() { lock_.lock(); }
+    Unlocked(const Unlocked&) = delete;
+    Unlocked& operator=(const Unlocked&) = delete;
+
+   private:
+    Lock& lock_;
+  };
+
+  // Calls `work`, which starts and ends with the lock held, in `first` threads and, while these do
+  // nothing but wait for storage that answers late, in more, up to `most`; in as many as the system
+  // starts, or else in this one. Shows what `progress`, called with the lock held, tells. Throws
+  // what the first of them threw.
+  void run(std::size_t first, std::size_t most, const std::function<void(Lock&)>& work,
            const std::function<std::string()>& progress);
 
   // Needs the lock.
@@ -27,5 +40,7 @@ class Workers {
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
+  // Under the lock:
+  std::size_t waiting_ = 0;     // threads without anything to do
   std::exception_ptr failure_;  // the first
 };

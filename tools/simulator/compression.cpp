@@ -9,7 +9,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "common/console.h"
+#include "common/messages.h"
 #include "common/workers.h"
 
 namespace {
@@ -17,16 +17,20 @@ namespace {
 // Reads the block into `data`. Returns why that is not possible, or an empty text.
 std::string readBlock(const Block& block, std::vector<char>& data) {
   const OpenFile file(block.path, O_NOFOLLOW);
-  if (file.descriptor() < 0) {
+  struct stat status {};
+  if (file.descriptor() < 0 || fstat(file.descriptor(), &status) != 0) {
     return std::generic_category().message(errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return "no regular file any more";
   }
   data.resize(block.length);
   std::size_t length = 0;
   ssize_t added = 0;
   // Some file systems hand over less than they are asked for.
-  while (length < data.size() &&
-         (added = pread(file.descriptor(), data.data() + length, data.size() - length,
-                        static_cast<off_t>(block.offset + length))) > 0) {
+  while (length < data.size() && (added = TEMP_FAILURE_RETRY(pread(
+                                      file.descriptor(), data.data() + length, data.size() - length,
+                                      static_cast<off_t>(block.offset + length)))) > 0) {
     length += static_cast<std::size_t>(added);
   }
   if (added < 0) {
@@ -85,20 +89,24 @@ SampleTotals compressSample(const Options& options) {
     std::vector<char> compressed(ZSTD_compressBound(options.blockSize));
     std::vector<Block> pair;
     while (!workers.haveFailed() && !(pair = sample.nextPair()).empty()) {
-      lock.unlock();
-      for (Block& block : pair) {
-        compress(block, data, compressed);
+      {
+        const Workers::Unlocked alone(lock);
+        for (Block& block : pair) {
+          compress(block, data, compressed);
+        }
       }
-      lock.lock();
       add(totals, pair);
     }
   };
   const auto start = std::chrono::steady_clock::now();
-  workers.run(options.threads, work, [&] {
-    const double share = std::max(sample.shareDone(), 1e-9);  // none may have been taken yet
+  workers.run(options.threads, options.threads, work, [&] {
+    const double share =
+        double(totals.originalBytes + totals.skippedBytes) / double(sample.dataBytes());
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    return decimal(share * 100.0, 1) + " % done, " +
-           decimal(elapsed.count() * (1.0 - share) / share / 60.0, 0) + " min left";
+    const std::string done = decimal(share * 100.0, 1) + " % done";
+    return share == 0.0 ? done
+                        : done + ", " + decimal(elapsed.count() * (1.0 - share) / share / 60.0, 0) +
+                              " min left";
   });
   return totals;
 }

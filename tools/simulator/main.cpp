@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "common/console.h"
+#include "common/messages.h"
 #include "simulator/compression.h"
 
 namespace {

@@ -1,10 +1,8 @@
 #include "simulator/sample.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <stdexcept>
-#include <system_error>
 
 namespace {
 
@@ -20,17 +18,13 @@ constexpr double kMostStrata = 4096.0;
 
 Sample::Sample(const Options& options)
     : blockSize_(options.blockSize), list_(options.listName), engine_(options.part) {
-  if (!list_) {
-    throw std::system_error(errno, std::generic_category(), "cannot open " + options.listName);
-  }
   double squaredLengths = 0.0;  // added up over all blocks
-  for (ListedFile file; readListedFile(list_, file);) {
+  for (ListedFile file; list_.next(file);) {
     dataBytes_ = sum(dataBytes_, file.size);
     const auto rest = double(file.size % blockSize_);
     squaredLengths += (double(file.size) - rest) * double(blockSize_) + rest * rest;
   }
-  list_.clear();
-  list_.seekg(0);
+  list_.rewind();
 
   const auto bytes = double(dataBytes_);
   const auto fewestBlocks = double(options.fewestBlocks);
@@ -65,7 +59,7 @@ Block Sample::nextBlock() {
   // On to the file that holds the byte.
   while (drawn_ - fileStart_ >= file_.size) {
     fileStart_ += file_.size;
-    if (!readListedFile(list_, file_)) {
+    if (!list_.next(file_)) {
       throw std::runtime_error("the list of files has changed, or cannot be read twice");
     }
   }

@@ -3,6 +3,7 @@
 #include <random>
 #include <vector>
 
+#include "common/filelist.h"
 #include "simulator/options.h"
 
 // A block of the sample and what comes of it; lengths in bytes. Blocks are counted from the start
@@ -28,15 +29,15 @@ class Sample {
   // the list cannot be read or has changed.
   std::vector<Block> nextPair();
 
-  // The share of the data that the blocks so far stand for; above 0 once one has been taken.
-  [[nodiscard]] double shareDone() const { return double(done_) / double(dataBytes_); }
+  // Of all data that is listed.
+  [[nodiscard]] std::uint64_t dataBytes() const { return dataBytes_; }
 
  private:
   void drawByte();
   Block nextBlock();
 
   const std::uint64_t blockSize_;
-  std::ifstream list_;
+  ListReader list_;
   std::uint64_t dataBytes_ = 0;
   std::uint64_t stratumLength_ = 0;  // 0 where everything is read
   std::mt19937_64 engine_;

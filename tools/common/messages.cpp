@@ -1,5 +1,6 @@
-#include "common/console.h"
+#include "common/messages.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -16,10 +17,22 @@
 
 namespace {
 
+// The first files to be opened would take the place of standard descriptors that were closed by who
+// started the tool, and messages would get into them. Opened to be read, so that a sentence still
+// cannot be written.
+void occupyStandardDescriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+    descriptor = open("/dev/null", O_RDONLY);
+  }
+  close(descriptor);
+}
+
+// Not while another program has the terminal.
 void drawOnTerminal(const std::string& drawing) {
   const char* const variable = std::getenv("TERM");
   const std::string kind = variable == nullptr ? "" : variable;
-  if (isatty(STDERR_FILENO) != 0 && !kind.empty() && kind != "dumb") {
+  if (tcgetpgrp(STDERR_FILENO) == getpgrp() && !kind.empty() && kind != "dumb") {
     std::fputs(drawing.c_str(), stderr);
   }
 }
@@ -33,6 +46,7 @@ std::string withoutControls(std::string text) {
 }  // namespace
 
 int runTool(int argc, char** argv, const std::string& usage, const std::function<int()>& work) {
+  occupyStandardDescriptors();
   try {
     const std::string onlyWord = argc == 2 ? argv[1] : "";
     if (onlyWord == "--help" || onlyWord == "--version") {

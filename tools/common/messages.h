@@ -24,7 +24,8 @@ void say(const std::string& sentence);
 std::string decimal(double number, int digits);
 
 // A text on standard error that is drawn over and over, once in an interval, and erased at the end.
-// It shows only on a terminal that knows how to, behind the cursor, which stays where it is.
+// It shows only on a terminal that knows how to and that the tool has to itself, behind the cursor,
+// which stays where it is.
 constexpr std::chrono::milliseconds kRedrawInterval(200);
 void drawProgress(const std::string& text);
 void eraseProgress();

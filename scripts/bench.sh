@@ -19,7 +19,7 @@ if [ $# -gt 1 ] || [[ ${1:-} = -* ]]; then
 fi
 directory=$(realpath -e "${1:-/usr}")
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/install.sh
 
 case $directory in
   / | *[!A-Za-z0-9_./+,:=@%-]*)
@@ -35,7 +35,7 @@ missing=()
 for tool in hyperfine zstd time mksquashfs; do
   type -P "$tool" >/dev/null || missing+=("${tool/mksquashfs/squashfs-tools}")
 done
-[ ${#missing[@]} -eq 0 ] || install_packages "${missing[@]}"
+[ ${#missing[@]} -eq 0 ] || install_debian "${missing[@]}"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

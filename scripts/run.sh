@@ -2,7 +2,7 @@
 # Builds the programs, puts them side by side into workspace/ and starts the estimator there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/install.sh
 
 need programs
 {

@@ -3,7 +3,7 @@
 # With CI set, compiler warnings are errors.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/install.sh
 
 # check PRESET: builds the programs and, for release, the tests as well, which run the programs of
 # the preset.

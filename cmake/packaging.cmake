@@ -10,8 +10,8 @@ check_cxx_source_compiles("
 if(NOT CAN_LINK_STATICALLY)
   unset(CAN_LINK_STATICALLY CACHE)  # the next time they may be there
   message(FATAL_ERROR "A package needs the static archives of the C library, the C++ runtime and "
-    "zstd. Install libc6-dev, g++ and libzstd-dev, or where they are packed apart, "
-    "glibc-static, libstdc++-static and libzstd-static.")
+    "zstd, for the processor that it is for. Install libc6-dev, g++ and libzstd-dev, or where they "
+    "are packed apart, glibc-static, libstdc++-static and libzstd-static.")
 endif()
 unset(CMAKE_REQUIRED_LIBRARIES)
 add_link_options(-static)
@@ -27,8 +27,9 @@ function(add_licence name)
   install(FILES ${first} DESTINATION licences RENAME ${name}.txt)
 endfunction()
 add_licence(zstd /usr/share/doc/libzstd-dev/copyright /usr/share/licenses/*zstd*/LICENSE)
-add_licence(c-library /usr/share/doc/libc6-dev/copyright /usr/share/licenses/glibc/LICENSES)
-add_licence(c++-runtime /usr/share/doc/libstdc++-*-dev/copyright
+add_licence(c-library /usr/share/doc/libc6-dev${DEBIAN_SUFFIX}/copyright
+  /usr/share/licenses/glibc/LICENSES)
+add_licence(c++-runtime /usr/share/doc/libstdc++-*-dev${DEBIAN_SUFFIX}/copyright
   /usr/share/licenses/libstdc++*/COPYING.RUNTIME /usr/share/licenses/libgcc/COPYING.RUNTIME)
 add_licence(LGPL-2.1 /usr/share/common-licenses/LGPL-2.1 /usr/share/licenses/glibc/COPYING.LIB)
 add_licence(GPL-3 /usr/share/common-licenses/GPL-3 /usr/share/licenses/libgcc/COPYING3)

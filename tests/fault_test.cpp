@@ -40,8 +40,8 @@ TEST_F(Fault, IsToldAndLeavesNoFalseFigure) {
        {"write,writev:error=EIO -P $PWD/a_file_type_file_list_new.log", "_new.log" + place + error},
        {"writev:error=ENOSPC", "_list_new.log" + place + "No space left on device\nstatus 1\n"}});
   strike("kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
-         {{"?clone,?clone3:error=EPERM", "skipped: 0 unread: 0.0000\n"},
-          {"pread64:retval=3:when=1 -P $PWD/tree/sub/file", "skipped: 0 unread: 0.0000\n"},
+         {{"?clone,?clone3:error=EPERM", "skipped: 0 unread: 0.0000 of: 7\n"},
+          {"pread64:retval=3:when=1 -P $PWD/tree/sub/file", "skipped: 0 unread: 0.0000 of: 7\n"},
           {"pread64:error=EIO -P $PWD/tree/sub/file", "be read, such as tree/sub/file: " + error},
           {"read:error=EIO:when=2 -P $PWD/list", "cannot read list: " + error},
           {"lseek:error=EIO -P $PWD/list", "has changed, or cannot be read twice\nstatus 1\n"},

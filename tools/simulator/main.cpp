@@ -42,13 +42,15 @@ double unreadShare(const SampleTotals& totals) {
   return double(totals.skippedBytes) / double(totals.skippedBytes + totals.originalBytes);
 }
 
-std::string finishedLine(std::uint64_t part, const SampleTotals& totals, const Estimate& estimate) {
-  return "part " + std::to_string(part) +
+std::string finishedLine(const Options& options, const SampleTotals& totals,
+                         const Estimate& estimate) {
+  return "part " + std::to_string(options.part) +
          ": detection finished ratio: " + decimal(estimate.ratio, 4) +
          " blocks: " + std::to_string(totals.blocks) +
          " bytes: " + std::to_string(totals.bytesRead) + " 95%: " + decimal(estimate.low, 4) +
          " to " + decimal(estimate.high, 4) + " skipped: " + std::to_string(totals.skippedBlocks) +
-         " unread: " + decimal(unreadShare(totals), 4) + "\n";
+         " unread: " + decimal(unreadShare(totals), 4) +
+         " of: " + std::to_string(options.totalBytes) + "\n";
 }
 
 std::string sentence(const Options& options, const SampleTotals& totals, const Estimate& estimate) {
@@ -84,7 +86,7 @@ int simulate(Options options) {
   }
   const Estimate estimate = estimateRatio(totals);
   say(sentence(options, totals, estimate));
-  options.result.append(finishedLine(options.part, totals, estimate));
+  options.result.append(finishedLine(options, totals, estimate));
   options.result.finish();
   return totals.skippedBlocks == 0 ? EXIT_SUCCESS : kPartialResult;
 }

@@ -1,66 +1,117 @@
 #include "scratch.h"
 
-// 18 GiB, and overheads of 4 GiB: 1, 1 KiB for each file and 320 KiB for each directory. So the
-// overall ratio is 22 / (18 / ratio + 4), 1.375 for 1.5; its ends are rounded outwards.
+// What the tools left of a directory, and what is told then.
+struct Case {
+  string why, log, result, told;
+};
+
+// 18 GiB, 0.5 GiB for the files and 2.5 GiB for the directories: with the 1 GiB 22 GiB before.
 const string kLog = R"(detect_directory_size is: 19327352832
 detect_directory_file_count is: 524288
 detect_directory_dir_count is: 8192
 )";
-const string kResult = "part 0: detection finished ratio: 1.5 blocks: 9 bytes: 9 95%: 1.2 to 1.8";
+const string kAllocated = "detect_directory_allocated_size is: ";
+const string kHoles = "detect_directory_unallocated_size is: ";
+const string kLeftOut = "detect_directory_left_out_count is: ";
+const string kFinished = "part 0: detection finished ratio: ";
+// In 12 GiB, or from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846.
+const string kSample = kFinished + "1.5 blocks: 9 bytes: 9 95%: 1.3 to 1.7";
+const string kWithout = "; without its holes, or what the file system has compressed already, ";
+const string kUnread = " of the data found could not be read: it counts like the rest";
+const string kHold = kUnread + ", and the ends hold whatever it is";
+const string kLeft = "; directories or files that the survey could not read: ";
 
-TEST(Overall, TellsWhatTheCapHidesAndWhatMisleads) {
+string tell(const Scratch& scratch, const Case& row) {
+  const string log = scratch.write("usr_file_info.log", row.log);
+  const string result = scratch.write("artifact/usr_p0.drav", row.result);
+  return replaced(replaced(scratch.run("overall.sh link"), log, "L"), result, "R");
+}
+
+TEST(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const Scratch scratch;
-  scratch.run("ln -s /usr link; mkdir -p artifact db/artifact");
-  const string sure = "1.38, 95 % sure between 1.15 and ";
+  const string ratio = "Overall ratio of /usr: ", takes = ".\nIt takes 16.00 GiB, ";
+  const string ends = "1.38, 95 % sure between 1.23 and 1.51", files = "for 18.00 GiB in files";
   const string unknown = "1.38, from a sample that does not tell its error";
-  const string without = "; without its holes, or what the file system has compressed already, ";
-  const string unread = " % of the data found could not be read and counts like the rest";
-  const string missing =
-      "; 12 directories or files could not be read by the survey and are missing";
-  const string holes = "detect_directory_unallocated_size is: ";
-  const string leftOut = "\ndetect_directory_left_out_count is: ";
-  // `given` takes the place of the result behind its ratio; `also` follows in the log.
-  const Row results[] = {
-      {"all was read", " 7 8 9 19327352832", "1.38"},
-      {"a lower end of 0", " 7 8 9 9 95%: 0 to 2", unknown},
-      {"ends on one side", " 7 8 9 9 95%: 1.6 to 2", unknown},
-      {"no upper end", " 7 8 9 9 95%: 1.2 to inf", sure + "5.50"},
-      {"all but a block", " 7 8 9 9 95%: 1.5 to 1.5 skipped: 1 unread: 0.0",
-       "1.38; less than 0.1" + unread},
-      {"holes of 9 GiB: (22 - 9) / 16", "$& skipped: 3 unread: 0.2814",
-       sure + "1.58" + without + "0.81; 28.1" + unread + missing,
-       holes + "9663676416" + leftOut + "12"},
-      {"a hundredth of holes", "$&", sure + "1.58" + without + "1.36", holes + "193273529"},
-      {"a byte less", "$&", sure + "1.58", holes + "193273528"},
+  const string takesEnds = takes + "95 % sure between 14.58 GiB and 17.85 GiB, " + files;
+  const Case cases[] = {
+      {"all was read; holes are no more than the data: 4 / 16", kLog + kHoles + "29327352832",
+       kFinished + "1.5 7 8 9 19327352832 95%: 0 to 0\nundetection finished ratio: 9",
+       "1.38" + kWithout + "0.25" + takes + files + ".\n"},
+      {"a hundredth of holes: 21.82 / 16, from 21.82 / 17.846 to 21.82 / 14.588",
+       kLog + kHoles + "193273529", kSample,
+       ends + kWithout + "1.36, 95 % sure between 1.22 and 1.50" + takesEnds + ".\n"},
+      {"a byte less", kLog + kHoles + "193273528\n" + kAllocated + "21474836480\n" + kLeftOut + "2",
+       kSample + " skipped: 0 unread: 0.0000 of: 19327352832",
+       ends + kLeft + "2, and what they hold is missing" + takesEnds +
+           ", which take 20.00 GiB now.\nstatus 2\n"},
+      {"ends above", kLog, kFinished + "1.5 7 8 9 9 95%: 1.6 to 2 skipped: 3 unread: 0.2814",
+       unknown + "; 28.1 %" + kUnread + takes + files + ".\nstatus 2\n"},
+      {"ends below", kLog, kFinished + "1.5 7 8 9 9 95%: 1 to 1",
+       unknown + takes + files + ".\nstatus 2\n"},
+      {"no upper end, hardly anything was read, and what grows to 20 GiB does not grow more", kLog,
+       kFinished + "0.9 7 8 9 9 95%: 0.8 to inf skipped: 3 unread: 0.9999",
+       "0.92, 95 % sure between 0.91 and 5.50; more than 99.9 %" + kHold + ".\nIt takes 24.00 GiB" +
+           ", 95 % sure between 4.00 GiB and 24.00 GiB, " + files + ".\nstatus 2\n"},
+      {"a block unread: 0.00005 * 466.7 or * 233.3 GiB", replaced(kLog, "193.*", "751619276800"),
+       kFinished + "3 7 8 9 9 95%: 3 to 3 skipped: 1 unread: 0.0000",
+       "2.97, surely between 2.96 and 2.97; less than 0.1 %" + kHold + ".\nIt takes 237.33 GiB, " +
+           "surely between 237.32 GiB and 237.36 GiB, for 700.00 GiB in files.\nstatus 2\n"},
   };
-  for (const Row& row : results) {
-    scratch.write("usr_file_info.log", kLog + row.also);
-    scratch.write("artifact/usr_p0.drav", replaced(kResult, " blocks.*", row.given));
-    const string told = scratch.run("overall.sh link");
-    EXPECT_EQ(told, "Overall ratio of /usr: " + row.told + ".\n") << row.why;
-  }
+  scratch.run("ln -s /usr link");
+  for (const Case& row : cases) EXPECT_EQ(tell(scratch, row), ratio + row.told) << row.why;
 
-  // Where 18 GiB become 12 GiB, or 10 to 15 GiB, 9 GiB of another host become 3 GiB, or 1 to 5 GiB,
-  // with 0.5 GiB for the files.
-  scratch.write("a_file_info.log", kLog);
-  scratch.write("artifact/a_p0.drav", kResult);
-  scratch.write("artifact/usr_p0.drav", kResult + "\n" + kResult);
-  scratch.write("db/b_file_info.log", replaced(replaced(kLog, "193.*", "9663676416"), "8192", "0"));
-  scratch.write("db/artifact/b_p0.drav", replaced(kResult, "1.5.*", "3 7 8 9 9 95%: 1.8 to 9"));
-  const Row words[] = {
-      {"(54 + 10) / (36 + 10)", "-n 3 /a",
-       "of 3 times /a: 1.39, 95 % sure between 1.16 and 1.60.\n"},
-      {"31.5 / (15 + 4.5), and for 15 up to √(3² + 2²) more or √(2² + 2²) less", "/a db:/b",
-       "of /a, db:/b: 1.62, 95 % sure between 1.36 and 1.89.\n"},
-      {"two results", "/usr",
-       "overall.sh: no usable ratio \"1.5 1.5\" in ./artifact/usr_p0.drav\n"},
-      {"no figures of one", "/a /b", "overall.sh: no figures of /b in ./b_file_info.log: type"},
-      {"no directory", "", "overall.sh: usage: overall.sh [-n TIMES] [FOLDER:]DIR...\nstatus 1\n"},
-      {"0 times", "-n 0 /a", "overall.sh: usage: "},
-      {"help", "--help", "usage: "},
+  const Case refused[] = {
+      {"another run", kLog, kSample + " skipped: 0 unread: 0 of: 9",
+       "figures of two runs for /usr: 19327352832 bytes in L, but 9 in R"},
+      {"two", kLog, kSample + "\ndetection finished 3 4 5 9", "no usable ratio \"1.5 9\" in R"},
+      {"zero", kLog, kFinished + "0.00", "no usable ratio \"0.00\" in R"},
+      {"hexadecimal", replaced(kLog, "193.*", "0x9"), kSample, "no usable size \"0x9\" in L"},
+      {"exponent", replaced(kLog, "524288", "1e3"), kSample, "no usable file_count \"1e3\" in L"},
+      {"below 0", replaced(kLog, "8192", "-1"), kSample, "no usable dir_count \"-1\" in L"},
+      {"cut", kAllocated + "\n" + kLog + kAllocated + "9", kSample,
+       "no usable allocated_size \" 9\" in L"},
+      {"comma", kLog + kHoles + "9,5", kSample, "no usable unallocated_size \"9,5\" in L"},
+      {"a word", kLog + kLeftOut + "few", kSample, "no usable left_out_count \"few\" in L"},
+      {"no share", kLog, kSample + " skipped: 0 unread: nan", "no usable unread \"nan\" in R"},
   };
-  for (const Row& row : words) {
-    const string told = replaced(scratch.run("overall.sh " + row.given), "^Overall ratio ", "");
-    EXPECT_TRUE(told.starts_with(row.told)) << row.why << ": " << told;
-  }
+  for (const Case& row : refused)
+    EXPECT_EQ(tell(scratch, row), "overall.sh: " + row.told + "\nstatus 1\n") << row.why;
+}
+
+TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
+  const Scratch scratch;
+  scratch.write("a_file_info.log",
+                kLog + kAllocated + "18253611008\n" + kHoles + "4831838208\n" + kLeftOut + "12");
+  scratch.write("artifact/a_p0.drav", kSample + " skipped: 3 unread: 0.2");
+  scratch.write("ab_d_file_info.log", kLog + kAllocated + "18790481920");
+  scratch.write("artifact/ab_d_p0.drav", kSample);
+  scratch.write("db/a_file_info.log",
+                replaced(kLog, "193.*", "9663676416") + kAllocated + "10200547328");
+  scratch.write("db/artifact/a_p0.drav", kFinished + "3 7 8 9 9 95%: 2.4 to 4");  // 2.25 to 3.75
+  // From 54 + 54 + 18 + 24 to 36 + 36 + 6 + 24 hundred GiB and 1; √(2 * (3 * 1.846)² + (2 * 0.75)²)
+  // and, unread, 3 * 0.2 * 6 more, √(2 * (3 * 1.412)² + (2 * 0.75)²) and 3 * 0.2 * 12 less.
+  EXPECT_EQ(scratch.run("overall.sh -n 300 /a /ab/d -n 200 db:/a"),
+            "Overall ratio of 300 times /a, 300 times /ab/d, 200 times db:/a: 1.47, 95 % sure "
+            "between 1.32 and 1.70" +
+                kWithout + "1.34, 95 % sure between 1.20 and 1.55; 8.6 %" + kHold + kLeft +
+                "12, and what they hold is missing.\nIt takes 9.96 TiB, 95 % sure between 8.65 TiB "
+                "and 11.10 TiB, for 12.30 TiB in files, which take 11.96 TiB now.\nstatus 2\n");
+
+  scratch.run(R"(ln -s db link; >new_file_info.log; ln -s x_file_info.log x_file_info.log
+for i in ab_ _; do cp a_*.log ${i}_file_info.log; cp artifact/a_* artifact/${i}_p0.drav; done)");
+  const string usage = "usage: overall.sh [-n TIMES] [FOLDER:]DIR [[-n TIMES] [FOLDER:]DIR]...";
+  EXPECT_EQ(scratch.run("overall.sh --help"), usage + "\n");
+  const auto expectRefused = [&](const string& arguments, const string& why) {
+    EXPECT_EQ(replaced(scratch.run("overall.sh " + arguments), scratch.folder, "W"),
+              "overall.sh: " + why + "\nstatus 1\n");
+  };
+  for (const string s : {"", "''", "-x", "-n 0 /", "-n 2x /", "/a -n 2"}) expectRefused(s, usage);
+  for (const string twice : {"/a .:/a", "db:/a link:/a", "/ab/d /ab/", "// /a", "/ab/d /ab_d"})
+    expectRefused(twice, "what " + replaced(twice, " ", " and ") + " share would count twice");
+  expectRefused("none", "no directory none");
+  expectRefused("no:/a", "cannot enter the folder of no:/a");
+  expectRefused("/new", "the last run left no figures of /new: W/new_file_info.log is empty");
+  expectRefused("/x", "cannot read W/x_file_info.log for /x, typed as to the estimator: "
+                      "Too many levels of symbolic links");
+  expectRefused("/a >&-", "cannot write to standard output");
 }

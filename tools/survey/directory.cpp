@@ -31,10 +31,6 @@ void addFile(Findings& findings, std::string name, const struct stat& status) {
 
 }  // namespace
 
-std::string prefixOf(const std::string& directory) {
-  return directory + (directory.ends_with('/') ? "" : "/");
-}
-
 std::shared_ptr<const OpenDirectory> openDirectory(const FoundDirectory& directory, int flags,
                                                    Findings& findings) {
   auto opened = std::make_shared<OpenDirectory>(directory.path, O_DIRECTORY | flags);
@@ -81,7 +77,8 @@ void Piece::lookAt(const OpenDirectory& directory, const Output& infoLog, const 
   std::ranges::sort(entries, {}, &dirent64::d_ino);  // as they lie on most disks
 
   findings.files.reserve(entries.size());
-  const std::string prefix = prefixOf(directory.path);
+  const std::string prefix = directory.path + (directory.path.ends_with('/') ? "" : "/");
+  findings.prefix = prefix;
   for (const dirent64* const entry : entries) {
     std::string name = entry->d_name;
     if (name == "." || name == "..") {

@@ -34,13 +34,11 @@ struct FoundFile {
 // What is in a piece of a directory, in the order of the list.
 struct Findings {
   Figures figures = {};
+  std::string prefix = {};  // stands before the names of the files in their paths
   std::vector<FoundFile> files = {};
   std::vector<FoundDirectory> directories = {};
   std::vector<std::string> problems = {};  // what was left out, and why
 };
-
-// What stands before a name in the path of what is in a directory.
-std::string prefixOf(const std::string& directory);
 
 // Opens a directory with further `flags` of open(2). Returns null where it is not to be read: when
 // it cannot be, which is then found as a problem, or when the kernel shows itself in it.

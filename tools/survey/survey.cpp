@@ -27,21 +27,21 @@ std::size_t thirdOfOpenFiles() {
   return std::max<std::size_t>(limit.rlim_cur / 3, 1);
 }
 
-// A place in the list: a directory that was found, or the rest of one that is open, of which a
-// thread takes the next piece.
+// A place in the list of what is still to be read: a directory that was found, or the rest of one
+// that is open, of which a thread takes the next piece.
 struct Place {
   FoundDirectory directory;
   std::shared_ptr<const OpenDirectory> opened = nullptr;
-  enum class State { kWaiting, kTaken, kRead } state = State::kWaiting;
-  Findings findings = {};  // once it is read
+  bool isTaken = false;
+  std::list<Findings> before = {};  // was read and comes right before it in the list of files
 
-  [[nodiscard]] bool isWaiting() const { return state == State::kWaiting; }
-  [[nodiscard]] bool isRest() const { return isWaiting() && opened != nullptr; }
+  [[nodiscard]] bool isWaiting() const { return !isTaken; }
+  [[nodiscard]] bool isRest() const { return !isTaken && opened != nullptr; }
 };
 
-// What all threads share. The places stand in the order of the list, whatever the threads do: the
-// rest of a directory comes behind the piece that was taken of it and, between the two, the
-// directories in that piece. Those at the front that are read are written and dropped.
+// What all threads share. The places stand in the order of the list of files, whatever the threads
+// do: that of a piece gives way to the directories in it and the rest of its directory. What comes
+// before the first place is written.
 class Survey {
  public:
   Survey(const Output& infoLog, Output& list) : infoLog_(infoLog), list_(list) {}
@@ -54,7 +54,7 @@ class Survey {
     }
     figures_ = findings.figures;
     if (opened != nullptr) {
-      addRest(places_.end(), {.directory = root, .opened = std::move(opened)});
+      addRest(end_, {.directory = root, .opened = std::move(opened)});
     }
     workers_.run(
         std::min(kFirstThreads, mostRests_), std::min(kMostThreads, mostRests_),
@@ -75,7 +75,7 @@ class Survey {
   // Reads one piece after another, in each thread.
   void work(Workers::Lock& lock) {
     Piece piece;
-    for (auto place = take(lock); place != places_.end(); place = take(lock)) {
+    for (auto place = take(lock); place != end_; place = take(lock)) {
       Findings findings;
       auto opened = std::move(place->opened);
       bool hasRest = false;
@@ -103,24 +103,22 @@ class Survey {
 
   // Waits for a place to read. The end means that all are read.
   Places::iterator take(Workers::Lock& lock) {
-    workers_.wait(lock, [this] { return places_.empty() || next() != places_.end(); });
+    workers_.wait(lock, [this] { return next() != end_ || places_.begin() == end_; });
     const auto place = next();
-    if (place != places_.end()) {
-      rests_ -= place->isRest() ? 1 : 0;
-      place->state = Place::State::kTaken;
-    }
+    rests_ -= place->isRest() ? 1 : 0;
+    place->isTaken = true;
     return place;
   }
 
   // The place that is to be read next, the first but for two bounds; the end where none is.
   Places::iterator next() {
     if (rests_ >= mostRests_) {
-      return std::ranges::find_if(places_, &Place::isRest);
+      return std::ranges::find_if(places_.begin(), end_, &Place::isRest);
     }
-    if (readAhead_ >= kMostReadAhead && !places_.front().isWaiting()) {
-      return places_.end();
+    if (readAhead_ >= kMostReadAhead && places_.front().isTaken) {
+      return end_;
     }
-    return std::ranges::find_if(places_, &Place::isWaiting);
+    return std::ranges::find_if(places_.begin(), end_, &Place::isWaiting);
   }
 
   void addRest(Places::iterator behind, Place rest) {
@@ -129,31 +127,33 @@ class Survey {
     workers_.notify();
   }
 
-  // Puts what was found into its place and writes what stands read at the front.
+  // Puts what was found into its place, and writes what comes before the first one.
   void finish(Places::iterator place, Findings findings) {
     add(figures_, findings.figures);
     const auto behind = std::next(place);
     for (FoundDirectory& found : findings.directories) {
       places_.insert(behind, {.directory = std::move(found)});
     }
-    place->findings = std::move(findings);
-    place->state = Place::State::kRead;
+    place->before.push_back(std::move(findings));
     ++readAhead_;
-    for (; !places_.empty() && places_.front().state == Place::State::kRead; --readAhead_) {
-      write(places_.front());
-      places_.pop_front();
+    const auto following = std::next(place);
+    following->before.splice(following->before.begin(), place->before);
+    places_.erase(place);
+    std::list<Findings>& written = places_.front().before;
+    for (; !written.empty(); --readAhead_) {
+      write(written.front());
+      written.pop_front();
     }
     workers_.notify();
   }
 
-  void write(const Place& place) {
-    const std::string prefix = prefixOf(place.directory.path);
+  void write(const Findings& findings) {
     std::string records;
-    for (const auto& [size, name] : place.findings.files) {
-      addRecord(records, size, prefix, name);
+    for (const auto& [size, name] : findings.files) {
+      addRecord(records, size, findings.prefix, name);
     }
     list_.append(records);
-    for (const std::string& problem : place.findings.problems) {
+    for (const std::string& problem : findings.problems) {
       if (problems_.size() < kMostNamed) {
         problems_.push_back(problem);
       }
@@ -165,9 +165,10 @@ class Survey {
   const std::size_t mostRests_ = thirdOfOpenFiles();
   Workers workers_;
   // Under the lock:
-  Places places_;                      // still to be written
-  std::size_t rests_ = 0;              // of them, rests that wait
-  std::size_t readAhead_ = 0;          // of them, read before their turn
+  Places places_{{.directory = {}, .isTaken = true}};  // nobody takes the last, the end
+  const Places::iterator end_ = places_.begin();
+  std::size_t rests_ = 0;              // of the places, rests that wait
+  std::size_t readAhead_ = 0;          // pieces that are read and not written
   Figures figures_ = {};               // of all that were read
   std::vector<std::string> problems_;  // the first in those that were written
 };

@@ -88,14 +88,15 @@ TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
   scratch.write("db/a_file_info.log",
                 replaced(kLog, "193.*", "9663676416") + kAllocated + "10200547328");
   scratch.write("db/artifact/a_p0.drav", kFinished + "3 7 8 9 9 95%: 2.4 to 4");  // 2.25 to 3.75
-  // From 54 + 54 + 18 + 24 to 36 + 36 + 6 + 24 hundred GiB and 1; √(2 * (3 * 1.846)² + (2 * 0.75)²)
-  // and, unread, 3 * 0.2 * 6 more, √(2 * (3 * 1.412)² + (2 * 0.75)²) and 3 * 0.2 * 12 less.
+  // From 54 + 54 + 18 + 24 to 36 + 36 + 6 + 24 hundred GiB and 1; with 4 * 0.2 * 0.8 / 12 = 0.2309²
+  // √(2 * (3 * 1.846)² + (2 * 0.75)² + (3 * 0.2309 * 6)²) and, unread, 3 * 0.2 * 6 more,
+  // √(2 * (3 * 1.412)² + (2 * 0.75)² + (3 * 0.2309 * 12)²) and 3 * 0.2 * 12 less.
   EXPECT_EQ(scratch.run("overall.sh -n 300 /a /ab/d -n 200 db:/a"),
             "Overall ratio of 300 times /a, 300 times /ab/d, 200 times db:/a: 1.47, 95 % sure "
-            "between 1.32 and 1.70" +
-                kWithout + "1.34, 95 % sure between 1.20 and 1.55; 8.6 %" + kHold + kLeft +
-                "12, and what they hold is missing.\nIt takes 9.96 TiB, 95 % sure between 8.65 TiB "
-                "and 11.10 TiB, for 12.30 TiB in files, which take 11.96 TiB now.\nstatus 2\n");
+            "between 1.30 and 1.78" +
+                kWithout + "1.34, 95 % sure between 1.19 and 1.62; 8.6 %" + kHold + kLeft +
+                "12, and what they hold is missing.\nIt takes 9.96 TiB, 95 % sure between 8.24 TiB "
+                "and 11.20 TiB, for 12.30 TiB in files, which take 11.96 TiB now.\nstatus 2\n");
 
   scratch.run(R"(ln -s db link; >new_file_info.log; ln -s x_file_info.log x_file_info.log
 for i in ab_ _; do cp a_*.log ${i}_file_info.log; cp artifact/a_* artifact/${i}_p0.drav; done)");

@@ -86,6 +86,7 @@ answer=$(awk '
     while ((getline <file) > 0) {
       if (!/(^|[^A-Za-z0-9_])detection finished([^A-Za-z0-9_]|$)/) continue
       take("ratio", $6)
+      take("blocks", $8)
       take("bytes read", $10)
       if ($11 == "95%:") { take("low end", $12); take("high end", $14) }
       if ($15 == "skipped:" && $17 == "unread:") { take("skipped", $16); take("unread", $18) }
@@ -141,14 +142,19 @@ answer=$(awk '
   }
 
   # It may be incompressible or nothing, which is no error of chance: the bounds add up as they are.
-  function countUnread(times, size, middle, result,  share, incompressible) {
-    share = numberIfAny("unread", result)
+  # How much it is a sample knows with two usual errors, those of a share of so many blocks.
+  function countUnread(times, size, middle, result,  share, incompressible, square) {
+    share = smaller(numberIfAny("unread", result), 1)
     if (numberIfAny("skipped", result) > 0 && share == 0) share = 0.00005  # shown as 0.0000
     incompressible = larger(size, middle)
     ceiling += times * incompressible
     unread += times * share * size
     unreadMore += times * share * (incompressible - middle)
     unreadLess += times * share * middle
+    if (share == 0 || figure["low end"] == figure["high end"]) return
+    square = 4 * share * (1 - share) / larger(number("blocks", result) + figure["skipped"], 1)
+    squaresMore += square * times * (incompressible - middle) * times * (incompressible - middle)
+    squaresLess += square * times * middle * times * middle
   }
 
   # Errors of independent samples add up by their squares; TIMES the same data is one sample.

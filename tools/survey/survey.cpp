@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kFirstThreads = 8;
 constexpr std::size_t kMostThreads = 64;     // on storage that answers late
-constexpr std::size_t kMostReadAhead = 512;  // pieces; so memory does not grow with the tree
+constexpr std::size_t kMostReadAhead = 512;  // pieces; more would only fill the memory
 constexpr std::size_t kMostNamed = 10;       // more would scroll the report away
 
 // The threads may have one directory each open, and as many may wait to be read on; the rest is for
@@ -35,7 +35,6 @@ struct Place {
   bool isTaken = false;
   std::list<Findings> before = {};  // was read and comes right before it in the list of files
 
-  [[nodiscard]] bool isWaiting() const { return !isTaken; }
   [[nodiscard]] bool isRest() const { return !isTaken && opened != nullptr; }
 };
 
@@ -112,13 +111,16 @@ class Survey {
 
   // The place that is to be read next, the first but for two bounds; the end where none is.
   Places::iterator next() {
+    auto place = places_.begin();
     if (rests_ >= mostRests_) {
-      return std::ranges::find_if(places_.begin(), end_, &Place::isRest);
+      return std::ranges::find_if(place, end_, &Place::isRest);
     }
-    if (readAhead_ >= kMostReadAhead && places_.front().isTaken) {
-      return end_;
+    std::size_t ahead = 0;  // pieces before it that are read and not written yet
+    while (place != end_ && place->isTaken) {
+      ++place;
+      ahead += place->before.size();
     }
-    return std::ranges::find_if(places_.begin(), end_, &Place::isWaiting);
+    return ahead < kMostReadAhead ? place : end_;
   }
 
   void addRest(Places::iterator behind, Place rest) {
@@ -135,14 +137,12 @@ class Survey {
       places_.insert(behind, {.directory = std::move(found)});
     }
     place->before.push_back(std::move(findings));
-    ++readAhead_;
     const auto following = std::next(place);
     following->before.splice(following->before.begin(), place->before);
     places_.erase(place);
     std::list<Findings>& written = places_.front().before;
-    for (; !written.empty(); --readAhead_) {
+    for (; !written.empty(); written.pop_front()) {
       write(written.front());
-      written.pop_front();
     }
     workers_.notify();
   }
@@ -168,7 +168,6 @@ class Survey {
   Places places_{{.directory = {}, .isTaken = true}};  // nobody takes the last, the end
   const Places::iterator end_ = places_.begin();
   std::size_t rests_ = 0;              // of the places, rests that wait
-  std::size_t readAhead_ = 0;          // pieces that are read and not written
   Figures figures_ = {};               // of all that were read
   std::vector<std::string> problems_;  // the first in those that were written
 };

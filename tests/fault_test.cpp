@@ -1,63 +1,108 @@
+// The programs while system calls fail, as strace makes them. What fails in a row reads "CALL:
+// ERROR" or "CALL of FILE: ERROR", at each call of the kind unless "the 2nd" or "from the 2nd"
+// follows. "3 bytes" for an error is what a call says that it has read.
+
+#include <regex>
+#include <vector>
+
 #include "scratch.h"
 
-using Rows = std::vector<std::pair<string, string>>;
+// The options of strace for that, with the names that the calls have on different machines.
+string options(const string& failure) {
+  std::smatch word;
+  const std::regex form(R"((\w+)(?: of (\S+))?: (\w+)( bytes)?( from)?(?: the (\d+)\w+)?)");
+  if (!std::regex_match(failure, word, form)) throw std::runtime_error("unclear: " + failure);
+  string calls = replaced(word[1], "clone", "?clone,?clone3");
+  calls = replaced(replaced(calls, "pipe", "?pipe,?pipe2"), "fstatat", "?newfstatat,?fstatat64");
+  string text = " -e inject=" + calls + (word[4].matched ? ":retval=" : ":error=") + word[3].str();
+  if (word[6].matched) text += ":when=" + word[6].str() + (word[5].matched ? "+" : "");
+  if (word[2].matched) text += " -P " + word[2].str() + " -P \"$PWD\"/" + word[2].str();
+  return text;
+}
 
-// The programs while a system call fails, as strace makes it.
+struct Row {
+  string why;
+  std::vector<string> fail;
+  string ends = {};  // the end of what is told, then of the figures that a tool leaves
+};
+
 struct Fault : testing::Test {
-  Fault() {
+  void SetUp() override {
+    if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
     scratch.write("tree/sub/file", string(5000, 'x'));
-    scratch.run("cd tree; touch $(seq -f %0100g 100)");  // so that the list is written in pieces
+    scratch.write("tree/sub/more/last/file", "");
+    scratch.run("cd tree/sub/more; touch $(seq -f %0100g 100)");  // fills a piece of the list
     scratch.write("list", string("5000 tree/sub/file\0", 19));
     scratch.write("answers", "y tree 2");
     scratch.run("cp \"$PROGRAMS\"/kel_* .");
   }
 
-  // A row is a call, by its names on all machines, with its failure and where or when it strikes,
-  // and the end of what is told then and the figures that a tool leaves.
-  void strike(const string& program, const Rows& rows) const {
-    if (!scratch.run("strace -o trace true").empty()) GTEST_SKIP() << "cannot trace here";
-    for (const auto& [call, told] : rows) {
-      scratch.run("rm -f a_file_info.log result");
-      string all = scratch.run("strace -fqqo trace -e inject=" + call + " " + program);
-      all += scratch.read("a_file_info.log") + scratch.read("result");
-      EXPECT_TRUE(all.ends_with(told)) << call << ": " << all;
-      EXPECT_NE(scratch.read("trace").find("(INJECTED)"), string::npos) << call;
+  void strike(const string& command, const std::vector<Row>& rows) const {
+    for (const Row& row : rows) {
+      scratch.run("rm -f a_* result");
+      string injections;
+      for (const string& failure : row.fail) injections += options(failure);
+      string all = scratch.runTraced(injections, command) + "left:\n";
+      all += replaced(scratch.read("a_file_info.log"), "detect_directory_|.*allocated.*\n", "");
+      all += replaced(scratch.read("result"), "%: (.*) to \\1", "%: R to R");
+      EXPECT_TRUE(all.ends_with(row.ends)) << row.why << ": " << all << "instead of: " << row.ends;
+      EXPECT_NE(scratch.read("../trace").find("(INJECTED)"), string::npos) << row.why;
     }
   }
 
   const Scratch scratch;
+  const string error = ": Input/output error\nstatus 1\nleft:\n";
 };
 
-TEST_F(Fault, IsToldAndLeavesNoFalseFigure) {
-  const string place = " in the working directory: ", error = "Input/output error\nstatus 1\n";
-  strike(
-      "kel_evaluation_tool tree a",
-      {{"openat:error=EPERM:when=1 -P tree", "left_out_count is: 0\n"},  // another user's
-       {"getdents64:error=EIO:when=5+ -e inject=?clone,?clone3:error=EAGAIN", "out_count is: 1\n"},
-       {"?clone,?clone3:error=EAGAIN:when=2", "left_out_count is: 0\n"},
-       {"openat:error=EPERM:when=1 -P a_file_info.log", "Operation not permitted\nstatus 1\n"},
-       {"write:error=EIO -P $PWD/a_file_info.log", "cannot write a_file_info.log" + place + error},
-       {"write,writev:error=EIO -P $PWD/a_file_type_file_list_new.log", "_new.log" + place + error},
-       {"writev:error=ENOSPC", "_list_new.log" + place + "No space left on device\nstatus 1\n"}});
-  strike("kel_sim_test -f list -s 4 -r 1 -j 1 -t 2 -o 7 -i 0 -l result",
-         {{"?clone,?clone3:error=EPERM", "skipped: 0 unread: 0.0000 of: 7\n"},
-          {"pread64:retval=3:when=1 -P $PWD/tree/sub/file", "skipped: 0 unread: 0.0000 of: 7\n"},
-          {"pread64:error=EIO -P $PWD/tree/sub/file", "be read, such as tree/sub/file: " + error},
-          {"read:error=EIO:when=2 -P $PWD/list", "cannot read list: " + error},
-          {"lseek:error=EIO -P $PWD/list", "has changed, or cannot be read twice\nstatus 1\n"},
-          {"close:error=EIO -P $PWD/result", error}});
-  const string large = "kel_sim_test -f list -s 65536 -r 1 -j 1 -t 1 -o 7 -i 0 -l result";
-  EXPECT_EQ(scratch.run("ulimit -v 60000; " + large), "kel_sim_test: out of memory\nstatus 1\n");
+TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
+  const string all = "size is: 5000\nfile_count is: 102\ndir_count is: 4\nleft_out_count is: 0\n";
+  // One thread, whose first two calls list the tree, gets file and more by the third.
+  const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
+  const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
+  const string inPlace = " in the working directory" + error;
+  strike("kel_evaluation_tool tree a",
+         {{.why = "another user's tree", .fail = {"openat of tree: EPERM the 1st"}, .ends = all},
+          {.why = "signal", .fail = {"openat of tree/sub: EINTR the 1st"}, .ends = all},
+          {.why = "signal at a file", .fail = {"fstatat of file: EINTR the 1st"}, .ends = all},
+          {.why = "no thread", .fail = {"clone: EAGAIN"}, .ends = all},
+          {.why = "one thread", .fail = {"clone: EAGAIN from the 2nd"}, .ends = all},
+          {.why = "disk", .fail = {"clone: EPERM", "getdents64: EIO from the 4th"}, .ends = part},
+          {.why = "no log", .fail = {"openat of " + info + ": EIO"}, .ends = info + inPlace},
+          {.why = "figures", .fail = {"write of " + info + ": EIO"}, .ends = info + inPlace},
+          {.why = "end of list", .fail = {"write of " + list + ": EIO"}, .ends = list + inPlace},
+          {.why = "its middle", .fail = {"writev: EIO"}, .ends = list + inPlace}});
+}
 
-  Rows rows;
-  // Each lookup takes a pipe. A message of the first three has a line end of its own.
-  for (const string message :
-       {"detect the size of dir T\n", "detect the file number of dir T\n",
-        "detect the directory number of dir T\n", "estimate dir T", "get estimate size T"}) {
-    const string told = "\nFailed to " + replaced(message, "T", scratch.folder / "tree");
-    rows.emplace_back("?pipe,?pipe2:error=EMFILE:when=" + std::to_string(rows.size() + 1),
-                      told + "\nstatus 1\n");
-  }
-  rows.emplace_back("write:error=EIO:when=8", "output\nstatus 1\n");  // the last text
-  strike("kel_estimator <answers", rows);
+TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
+  const string all = " blocks: 2 bytes: 5000 95%: R to R skipped: 0 unread: 0.0000 of: 7\n";
+  const string file = "tree/sub/file", data = "pread64 of " + file;
+  const string simulate = "kel_sim_test -f list -r 1 -j 1 -t 2 -o 7 -i 0 -l result -s ";
+  strike(
+      simulate + "4",
+      {{.why = "no thread", .fail = {"clone: EPERM"}, .ends = all},
+       {.why = "block in two parts", .fail = {data + ": 3 bytes the 1st"}, .ends = all},
+       {.why = "signal", .fail = {data + ": EINTR the 1st"}, .ends = all},
+       {.why = "disk", .fail = {data + ": EIO"}, .ends = "read, such as " + file + error},
+       {.why = "list", .fail = {"read of list: EIO the 2nd"}, .ends = "cannot read list" + error},
+       {.why = "pipe", .fail = {"lseek of list: EIO"}, .ends = "read twice\nstatus 1\nleft:\n"},
+       {.why = "result", .fail = {"close of result: EIO"}, .ends = "working directory" + error}});
+  EXPECT_EQ(scratch.run("ulimit -v 60000; " + simulate + "65536"),
+            "kel_sim_test: out of memory\nstatus 1\n");
+}
+
+TEST_F(Fault, OfTheEstimatorIsTold) {
+  // Each lookup of a figure takes a pipe. The first three messages end in a blank line.
+  const string tree = scratch.folder / "tree", end = tree + "\nstatus 1\nleft:\n";
+  const string detect = "\nFailed to detect the ",
+               ofTree = " of dir " + replaced(end, "\ns", "\n\ns");
+  strike(
+      "kel_estimator <answers",
+      {{.why = "size", .fail = {"pipe: EMFILE the 1st"}, .ends = detect + "size" + ofTree},
+       {.why = "files", .fail = {"pipe: EMFILE the 2nd"}, .ends = detect + "file number" + ofTree},
+       {.why = "dirs",
+        .fail = {"pipe: EMFILE the 3rd"},
+        .ends = detect + "directory number" + ofTree},
+       {.why = "ratio", .fail = {"pipe: EMFILE the 4th"}, .ends = "Failed to estimate dir " + end},
+       {.why = "bytes", .fail = {"pipe: EMFILE the 5th"}, .ends = "estimate size " + end},
+       {.why = "last text", .fail = {"write: EIO the 8th"}, .ends = "output\nstatus 1\nleft:\n"}});
 }

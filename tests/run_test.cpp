@@ -1,3 +1,5 @@
+// The estimator with scripts for its tools, as an operator sees it: what he types, what is shown.
+
 #include "scratch.h"
 
 const string kNote = R"([Note]:
@@ -25,16 +27,16 @@ struct Run : testing::Test {
   Run() {
     scratch.write("data/file", "content");
     const string note = "#!/bin/sh\n{ printf '<%s>' \"$@\"; echo; } >>calls; echo \"$0\"\n";
-    scratch.write("kel_evaluation_tool", note + "sleep 0.02; cp log \"./$2_file_info.log\"\n");
-    scratch.write("kel_sim_test", note + "sleep 0.1; for l; do :; done; cp result \"$l\"\n");
+    scratch.write("kel_evaluation_tool", note + "cp log \"./$2_file_info.log\"\n");
+    scratch.write("kel_sim_test", note + "for l; do :; done; cp result \"$l\"\n");
     scratch.write("log", kLog);
     scratch.write("result", kResult);
     scratch.run("chmod +x kel_*");
   }
 
   // What is shown behind the notice to an operator who types this, and how it ends.
-  string shown(const string& typed) const {
-    const string text = scratch.run("rm -f calls; kel_estimator", typed);
+  string shown(const string& typed, const string& command = "kel_estimator") const {
+    const string text = scratch.run(command, typed);
     return text.starts_with(kNote) ? text.substr(kNote.size()) : "no notice: " + text;
   }
   // The same behind the line of the simulator, without the times.
@@ -50,7 +52,11 @@ struct Run : testing::Test {
 };
 
 TEST_F(Run, ShowsEachStepInItsPlace) {
-  const string text = shown("\n\n Y\ndata\n20\n");  // blank lines are no answers
+  // Each tool takes 0.2 s for its cp, and each lookup of a figure for its awk.
+  scratch.write("slow/cp", "sleep 0.2; PATH=${PATH#*:} exec ${0##*/} \"$@\"\n");
+  scratch.run("chmod +x slow/cp; ln slow/cp slow/awk");
+  // Blank lines are no answers.
+  const string text = shown("\n\n Y\ndata\n20\n", "PATH=\"$PWD/slow:$PATH\" kel_estimator");
   EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kDirectory + aliasShown + kThreads +
                                                              R"(./kel_evaluation_tool
 ---------------------------------------- Detect Information ----------------------------------------
@@ -73,54 +79,53 @@ Total execution time = N[ms]
 ----------------------------------------------------------------------------------------------------
 )");
   const auto ms = [&](const string& of) { return numberBehind(text, of + " execution time ="); };
-  EXPECT_TRUE(ms("Detection") >= 20 && ms("Estimation") >= 100) << "as the tools sleep: " << text;
+  EXPECT_GE(ms("Detection"), 200);
+  EXPECT_LT(ms("Detection"), 800) << "without the lookups of three figures: " << text;
+  EXPECT_GE(ms("Estimation"), 600) << "with those of two: " << text;
   EXPECT_NEAR(ms("Total"), ms("Detection") + ms("Estimation"), 1);
 }
 
 TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
   scratch.run("mkdir empty; ln -s data link");
-  const string kept = kDirectory + "aliasName " + replaced(here, "/", "_") + "_link_\n" + kThreads;
+  const string kept = kDirectory + "aliasName _proc_self_cwd_link_\n" + kThreads;
   const string asked = kDirectory + aliasShown + kThreads;
-  const Row rows[] = {
-      {.why = "a yes has one letter", .given = "yes", .told = ""},
-      {.why = "nothing at the end of input", .given = "y", .told = kDirectory + kWrong},
-      {.why = "an empty directory", .given = "y empty n", .told = kDirectory + kWrong},
-      {.why = "a retry", .given = "y nowhere Y data 0", .told = kDirectory + kWrong + asked + kFew},
-      {.why = "a link is resolved; a word is 0", .given = "y link abc", .told = asked + kFew},
-      {.why = "an absolute path is kept", .given = "y " + here + "/link/ 0", .told = kept + kFew},
-      {.why = "no alias", .given = "y /", .told = kDirectory + kNoAlias},
-      {.why = "no number", .given = "y data 8x y", .told = asked + kWrong + kThreads + kWrong},
-      {.why = "more than 20 need one letter", .given = "y data 021 yy", .told = asked + kMany},
-  };
-  for (const Row& row : rows) EXPECT_EQ(shown(row.given), row.told + "status 1\n") << row.why;
+  const string end = "status 1\n";
+  EXPECT_EQ(shown("yes"), end) << "a yes has one letter";
+  EXPECT_EQ(shown("y"), kDirectory + kWrong + end) << "nothing at the end of input";
+  EXPECT_EQ(shown("y empty n"), kDirectory + kWrong + end) << "an empty directory";
+  EXPECT_EQ(shown("y nowhere Y data 0"), kDirectory + kWrong + asked + kFew + end) << "a retry";
+  EXPECT_EQ(shown("y link abc"), asked + kFew + end) << "a link is resolved; a word is 0";
+  EXPECT_EQ(shown("y /proc/self/cwd/link/ 0"), kept + kFew + end) << "an absolute path is kept";
+  EXPECT_EQ(shown("y /"), kDirectory + kNoAlias + end) << "no alias";
+  EXPECT_EQ(shown("y data 8x y"), asked + kWrong + kThreads + kWrong + end) << "no number";
+  EXPECT_EQ(shown("y data 021 yy"), asked + kMany + end) << "more than 20 need one letter";
 }
 
 TEST_F(Run, AHostileNameReachesTheToolsAsItIs) {
   const string name = "-n it's;touch hit\n$(touch hit)`touch hit`*?[a]~#&|<>(){}!\"\\%s\x01\xff";
   const string directory = scratch.write(name + "/set/file", "x").parent_path();
+  scratch.write("log", replaced(kLog, "193.*", "19;touch<hit"));
   // A number above 20 may have anything behind it.
   scratch.run("cp kel_* log result ./-n*; cd ./-n*; kel_estimator", "y set 21'$(id) y");
   alias = replaced(directory.substr(1), "/", "_");
   EXPECT_EQ(scratch.read(name + "/calls"),
             "<" + directory + "><" + alias + ">\n<-f><" + alias + "_file_type_file_list_new.log>" +
-                "<-s><128><-r><0.05><-j><64><-t><21'$(id)><-o><19327352832><-i><0>" +
+                "<-s><128><-r><0.05><-j><64><-t><21'$(id)><-o><19;touch<hit><-i><0>" +
                 "<-l><./artifact/" + alias + "_p0.drav>\n");
 }
 
 TEST_F(Run, FiguresDecideHowItEnds) {
   const string noSize = "\nFailed to get estimate size " + data + "\nstatus 1\n";
-  const string noNumber = " to a number\nstatus 1\n", noRatio = replaced(kResult, "1.50", "x");
-  const string huge(2000, '9');  // takes two pieces to read
-  // `given` is the result, `also` the log that are left.
-  const Row rows[] = {
-      {"no ratio", noRatio, "Failed to convert the compression ratio \"x\"" + noNumber, kLog},
-      {"the size comes before it", noRatio, "Failed to convert the detected size \"\"" + noNumber},
-      {"the bytes read before that", replaced(noRatio, "1207.*", huge),
-       "Failed to convert the estimated size \"" + huge + "\"" + noNumber},
-      {"no whole word", replaced(kResult, "ed 4", "ed_ 4"), noSize, kLog},
-      {"bytes that are no digits", replaced(kResult, "1207.*", "1.5"), noSize, kLog},
+  const auto unclear = [](const string& figure, const string& text) {
+    return "Failed to convert the " + figure + " \"" + text + "\" to a number\nstatus 1\n";
   };
-  for (const Row& row : rows) EXPECT_EQ(end(row.also, row.given), row.told) << row.why;
+  const string noRatio = replaced(kResult, "1.50", "x"), huge(2000, '9');  // takes two reads
+  EXPECT_EQ(end(kLog, noRatio), unclear("compression ratio", "x"));
+  EXPECT_EQ(end("", noRatio), unclear("detected size", "")) << "the size is read before it";
+  EXPECT_EQ(end("", replaced(noRatio, "1207.*", huge)), unclear("estimated size", huge));
+  EXPECT_EQ(end(kLog, replaced(kResult, "ed 4", "ed_ 4")), noSize) << "no whole word";
+  EXPECT_EQ(end(kLog, replaced(kResult, "1207.*", "1.5")), noSize) << "bytes that are no digits";
+  EXPECT_EQ(end(kLog, kResult + kResult), noSize) << "two results";
   EXPECT_EQ(numberBehind(end(replaced(kLog, "524288", "524289"), kResult), "ratio ="), 1.37);
   // (18 + 4) / (18 / ratio + 4) is 1.526 for 1.728; from 1.525 on 1.53 would be shown.
   EXPECT_LE(numberBehind(end(kLog, replaced(kResult, "1.50", "1.728")), "ratio ="), 1.52);

@@ -8,13 +8,11 @@
 namespace fs = std::filesystem;
 using std::string;
 
-// Why a row of a test is there, what is given, what is told then, and what else is given.
-struct Row {
-  string why, given, told, also = {};
-};
-
+// The text with all that matches a regular expression replaced.
 string replaced(const string& text, const string& pattern, const string& by);
-double numberBehind(const string& text, const string& name);
+
+// The number behind a word of the text. Throws where there is none.
+double numberBehind(const string& text, const string& word);
 
 // A folder of its own for each test, gone afterwards. What its runs need lies beside.
 struct Scratch {
@@ -28,8 +26,13 @@ struct Scratch {
   // or tells too much.
   string run(const string& command, const string& input = "") const;
 
-  // The same where strace delays system calls of a kind. Throws when three runs take longer.
-  void runIn(const string& seconds, const string& delay, const string& command) const;
+  // The same under strace with its options, and whether it can trace here.
+  string runTraced(const string& options, const string& command) const;
+  bool canTrace() const;
+
+  // The most system calls of a kind that a command has under way at once, in the later half of its
+  // run, when each takes 5 ms.
+  int mostAtOnce(const string& calls, const string& command) const;
 
   string model = fs::temp_directory_path() / "kelXXXXXX";
   fs::path top = fs::canonical(mkdtemp(model.data())), folder = top / "work";

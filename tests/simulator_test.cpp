@@ -1,7 +1,11 @@
+// The simulator over files that the tests make. Where each stratum of the data holds blocks of one
+// kind, all that it must tell is known, whichever of them are drawn.
+
 #include <zstd.h>
 
 #include <cmath>
 #include <random>
+#include <set>
 
 #include "scratch.h"
 
@@ -19,107 +23,158 @@ struct Simulator : testing::Test {
   void addToList(const string& name, std::size_t length) {
     list += std::to_string(length) + " " + name + '\0';
     total += length;
-    scratch.write("list", list);
   }
 
   // What is told and the result; later options replace the usual ones.
   string simulate(const string& options) const {
+    scratch.write("list", list);
     scratch.write("result", "EARLIER");
-    const string usual = "kel_sim_test -f list -s 4 -r 0.1 -j 8 -t 2 -i 0 -l result";
+    const string usual = "kel_sim_test -f list -s 1 -r 0 -j 32 -t 2 -i 0 -l result";
     const string told = scratch.run(usual + " -o " + std::to_string(total) + " " + options);
     return told + scratch.read("result");
   }
 
   std::minstd_rand random{1};
-  Scratch scratch;
+  const Scratch scratch;
   string list;
   std::uint64_t total = 0;
 };
 
-TEST_F(Simulator, ReadsEverythingWhenAskedOrWhenThereIsLittle) {
-  const string text = bytes(4096, 9);  // which other levels shrink to another length
-  string shrunk(5000, '\0');
-  const std::size_t stored = 61440 + ZSTD_compress(shrunk.data(), 5000, text.data(), 4096, 1);
-  add("file", bytes(61440, 256) + text);
-  add("empty", "");
-  const string told = simulate("-i 7 -j 1 -o 70000");  // 16 times the fewest blocks
-  EXPECT_EQ(replaced(told, "1\\.0\\d+", "R"),
-            R"(The data alone, in blocks of 4 KiB at zstd level 1: )"
-            R"(ratio R, exact: all that was found was read.
-part 7: detection finished ratio: R blocks: 16 bytes: 65536 95%: R to R skipped: 0 )"
-            "unread: 0.0000 of: 70000\n");
-  EXPECT_NEAR(numberBehind(told, "finished ratio:"), 65536.0 / double(stored), 0.0001);
-  const string command = "kel_sim_test -f list -s 4 -r 1 -j 1 -t 8 -o 9 -i 0 -l result";
-  scratch.runIn("0.8", "pread64:delay_exit=100000", command);  // of 1.6 s one after another
-  add("one byte more", "x");
-  EXPECT_NE(simulate("-j 1").find(", 95 % sure of at least 1.00, from 3 blocks, "), string::npos)
-      << "two by -j, and one that holds the byte";
+// The length of a text at level 1.
+double shrunk(const string& text) {
+  string room(2 * text.size(), '\0');
+  return double(ZSTD_compress(room.data(), room.size(), text.data(), text.size(), 1));
 }
 
-TEST_F(Simulator, ReadsTheAskedShareAndKnowsItsError) {
-  for (int i = 0; i < 1500; ++i) {
+TEST_F(Simulator, ReadsAsManyBlocksAsAsked) {
+  // 8192 blocks of 1 KiB. Each stratum has whole ones of them and picks one.
+  fs::resize_file(scratch.write("zeros", ""), 8 << 20);
+  addToList("zeros", 8 << 20);
+  const auto blocks = [&](const string& asked) { return numberBehind(simulate(asked), "blocks:"); };
+  EXPECT_EQ(blocks("-r 0.125 -j 8"), 1024);
+  EXPECT_EQ(blocks("-r 0.125 -j 8 -s 4"), 256) << "of 4 KiB";
+  EXPECT_EQ(blocks("-r 0.125 -j 8 -o 16777216"), 2048) << "the share is one of -o";
+  EXPECT_EQ(blocks("-r 0.5 -j 8 -o 99999999"), 8192) << "which may be more than there is";
+  EXPECT_EQ(blocks("-r 0 -j 8"), 16) << "two for each of the fewest";
+  EXPECT_EQ(blocks("-r -0.0 -j 8"), 16) << "zero with any sign";
+  EXPECT_EQ(blocks("-r 0.9 -j 1"), 4096) << "at most 4096 for each of the fewest";
+  EXPECT_EQ(blocks("-r 1 -j 1"), 8192) << "but all when asked for all";
+  EXPECT_EQ(blocks("-r 0.125 -j 512"), 8192) << "16 times the fewest are all read";
+  EXPECT_EQ(blocks("-r 0.125 -j 511"), 1024) << "a few more are not";
+  if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
+  const string command = "kel_sim_test -f list -s 1 -r 0 -j 128 -t 8 -o 1 -i 0 -l result";
+  EXPECT_EQ(scratch.mostAtOnce("pread64", command), 8) << "by as many threads as asked";
+}
+
+TEST_F(Simulator, KnowsItsErrorToTheLastDigit) {
+  // 64 strata of 16 blocks, in turn of random bytes and of a text, so that all neighbours in the
+  // sample differ by as much, and each kind is half of it, whatever is drawn.
+  const string text = bytes(1024, 9);  // which other levels shrink to another length
+  string data;
+  for (int i = 0; i < 64 * 16; ++i) data += i / 16 % 2 == 0 ? bytes(1024, 256) : text;
+  add("data", data);
+  add("empty", "");
+  const double other = shrunk(text) / 1024, share = (1 + other) / 2;
+  const double error = 2 * std::sqrt((std::pow(1 - other, 2) / 2 + 2.25 / 64) / 64);
+  const string told = simulate("-i 0");
+  EXPECT_NEAR(numberBehind(told, "finished ratio:"), 1 / share, 0.00005) << told;
+  EXPECT_NEAR(numberBehind(told, "95%:"), 1 / (share + error), 0.00005) << told;
+  EXPECT_NEAR(numberBehind(told, "to"), 1 / (share - error), 0.00005) << told;
+  for (int part = 1; part < 20; ++part)
+    EXPECT_EQ(replaced(simulate("-i " + std::to_string(part)), "part \\d+", "part 0"), told);
+  // Of two blocks nothing can be said: the error is more than 1.
+  const string two = simulate("-j 1"), all = simulate("-r 1 -i 7");
+  EXPECT_NE(two.find(", 95 % sure of at least 1.00, from 2 blocks, all"), string::npos) << two;
+  EXPECT_NEAR(numberBehind(all, "finished ratio:"), 1 / share, 0.00005);
+  EXPECT_EQ(replaced(all, "\\d\\.[1-9]\\d+", "R"),
+            "The data alone, in blocks of 1 KiB at zstd "
+            R"(level 1: ratio R, exact: all that was found was read.
+part 7: detection finished ratio: R blocks: 1024 bytes: 1048576 95%: R to R )"
+            "skipped: 0 unread: 0.0000 of: 1048576\n");
+}
+
+TEST_F(Simulator, HoldsTheExactRatioInItsInterval) {
+  for (int i = 0; i < 400; ++i)
     add(std::to_string(i), bytes(200 + random() % 3000, i % 2 == 0 ? 9 : 256));
-  }
-  add("large", bytes(2000000, 256));
-  const double exact = numberBehind(simulate("-r 1"), "finished ratio:");
-  double squares = 0.0, width = 0.0;
-  for (int part = 0; part < 30; ++part) {
-    const string told = simulate("-i " + std::to_string(part));
+  add("large", bytes(600000, 256));
+  const double exact = 1 / numberBehind(simulate("-s 4 -r 1"), "finished ratio:");
+  double off = 0, squaredErrors = 0, read = 0;
+  int missed = 0;
+  std::set<double> shares;
+  for (int part = 0; part < 40; ++part) {
+    const string told = simulate("-s 4 -j 8 -r 0.1 -i " + std::to_string(part));
+    const double share = 1 / numberBehind(told, "finished ratio:");
     const double low = numberBehind(told, "95%:"), high = numberBehind(told, "to");
-    width += (high - low) / 2 / 30;
-    squares += std::pow(numberBehind(told, "finished ratio:") - exact, 2) / 30;
-    EXPECT_NEAR(numberBehind(told, "between"), low - 0.005, 0.005) << "rounded down: " << told;
-    EXPECT_NEAR(numberBehind(told, "and"), high + 0.005, 0.005) << "rounded up: " << told;
+    // Outwards to two decimals from what was then rounded to four.
+    EXPECT_NEAR(numberBehind(told, "between"), low - 0.005, 0.00506) << told;
+    EXPECT_NEAR(numberBehind(told, "and"), high + 0.005, 0.00506) << told;
+    missed += low <= 1 / exact && 1 / exact <= high ? 0 : 1;
+    off += share - exact;
+    squaredErrors += std::pow((share - 1 / high) / 2, 2);
+    read += numberBehind(told, "bytes:") / double(total) / 40;
+    shares.insert(share);
   }
-  // Half of the interval is 2 usual errors by the formula, and what stands for rare content.
-  EXPECT_NEAR(width / std::sqrt(squares), 2.1, 0.1);
-  // Blocks of 16 KiB are picked by more than one stratum, and stand for all of them.
-  EXPECT_NEAR(numberBehind(simulate("-s 16 -j 1 -r 0.9"), "finished ratio:"), exact, 0.02);
-  EXPECT_NEAR(numberBehind(simulate("-r 0"), "blocks:"), 12, 5) << "one or two for each of 8";
-  fs::resize_file(scratch.write("sparse", ""), 40 << 20);
-  addToList("sparse", 40 << 20);
-  // Never more than 4096 times the fewest, of which neighbours pick the same some 200 times.
-  EXPECT_NEAR(numberBehind(simulate("-s 1 -j 1 -r 0.001 -o 99999999999"), "blocks:"), 3900, 195);
-  EXPECT_EQ(numberBehind(simulate("-s 1 -j 1 -r 1"), "bytes:"), total) << "when asked for all";
+  // If each of 40 misses with a chance of 5 %, more than 11 do with one of 1 in 2 million; a sum of
+  // independent errors is 5 times its standard error with one of 1 in a million.
+  EXPECT_LE(missed, 11);
+  EXPECT_LE(std::abs(off), 5 * std::sqrt(squaredErrors));
+  EXPECT_NEAR(read, 0.1, 0.005) << "the mean of 40 is usually off by 0.001";
+  EXPECT_GT(shares.size(), 20) << "each part is another sample";
 }
 
 TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {
-  scratch.write("target", string(800, 'x'));
-  scratch.run("mkfifo pipe; ln -s target link");
-  for (int i = 0; i < 1500; ++i) {
-    add("kept", bytes(400, 256));
-    if (i == 750) addToList("kept", 8192);  // neither the first nor the last that is skipped
-    addToList(i % 3 == 0 ? "missing" : i % 3 == 1 ? "pipe" : "link", 800);
+  // The tape, a device that hands over as many zeros as one likes, only where root runs this.
+  scratch.run("mkfifo pipe; ln -s list link; echo >short; mknod tape c 1 5");
+  // 64 strata of 16 KiB, in turn of random bytes and of small files that cannot be read. A pair of
+  // which one was skipped tells nothing, so only rare content leaves an error, 2 * sqrt(2.25) / 32.
+  const string bad[] = {"missing", "pipe", "link", "short", "tape"};
+  for (int i = 0; i < 32; ++i) {
+    add("read", bytes(16384, 256));
+    for (int file = 0; file < 32; ++file) addToList(bad[i % 5], 512);
   }
+  const string start = "The data alone, in blocks of 1 KiB at zstd level 1: ratio 1.00";
   const string told = simulate("");
-  // All that is read is incompressible, so only the 2.25 for rare content leave an error: 3 / n. A
-  // pair of which one was skipped tells nothing.
-  EXPECT_NEAR(numberBehind(told, "to"), 1 / (1 - 3 / numberBehind(told, "1.0000 blocks:")), 0.0001);
-  // Two blocks are of 8192 bytes: (1500 * 800 + 8192) / (1500 * 1200 + 8192) is 0.668.
-  EXPECT_NEAR(numberBehind(told, "unread:"), 0.668, 0.06);
+  EXPECT_EQ(told, start + R"(, 95 % sure between 1.00 and 1.11, from 32 blocks; 50.0 % of the )"
+                          R"(data found could not be read (blocks: 32, such as link: )"
+                          R"(Too many levels of symbolic links): the ratio speaks for the rest only.
+status 2
+part 0: detection finished ratio: 1.0000 blocks: 32 bytes: 32768 95%: 1.0000 to 1.1034 )"
+                          R"(skipped: 32 unread: 0.5000 of: 1048576
+)");
   for (const string threads : {"0", "1", "7", "'3;x'", "999999"})
     EXPECT_EQ(simulate("-t " + threads), told) << threads;
-  const string all = simulate("-r 1");
-  const string weight = "ratio 1.00; 66.8 % of the data found could not be read (blocks: 1502, ";
-  EXPECT_NE(all.find(weight + "such as kept: shorter than at the survey): "), string::npos) << all;
-  EXPECT_NE(all.find("status 2\n"), string::npos) << all;
+  const auto ofAll = [&](std::size_t read, std::size_t missing) {
+    list.clear();
+    add("read", bytes(read, 256));
+    addToList("missing", missing);
+    return simulate("-r 1").substr(start.size(), 17);
+  };
+  EXPECT_EQ(ofAll(250, 750), "; 75.0 % of the d");
+  EXPECT_EQ(ofAll(9999, 1), "; less than 0.1 %");
+  EXPECT_EQ(ofAll(1, 9999), "; more than 99.9 ");
 }
 
 TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
-  add("file", "bytes");
-  scratch.run(R"(printf '18446744073709551615 f\0001 f\0' >huge; printf '5 file' >cut)");
-  // The options, the start of what is told, and the result that is left.
-  const Row rows[] = {
-      {"a stray word", "x", "usage: kel_sim_test -f LIST -s KIB", "EARLIER"},
-      {"an empty size", "-o -i 0", "no total size: the survey left", "EARLIER"},
-      {"the result comes first", "-f no -l no/r", "cannot write no/r in the working", "EARLIER"},
-      {"a unit", "-s 4k", "option -s must be a whole number from 1 to 65536, not \"4k\""},
-      {"beyond 64 bits", "-f huge", "the sizes add up to more"},
-      {"the last NUL is missing", "-f cut", "not a list of files"},
+  scratch.write("short", "bytes");
+  addToList("short", 50);
+  scratch.run(R"(printf '18446744073709551615 f\0001 f\0' >huge; printf '5 short' >cut; >none)");
+  EXPECT_EQ(simulate("-r 1 >&- 2>&-"), "status 1\n") << "nowhere to tell";
+  const struct {
+    string why, options, told, left = {};
+  } rows[] = {
+      {.why = "a stray word", .options = "x", .told = "usage: kel_sim_", .left = "EARLIER"},
+      {.why = "an empty size", .options = "-o -i 0", .told = "no total size", .left = "EARLIER"},
+      {.why = "result first", .options = "-f no -l /no/r", .told = "cannot wr", .left = "EARLIER"},
+      {.why = "a unit", .options = "-s 4k", .told = "option -s must be a whole number from 1 to"},
+      {.why = "no list", .options = "-f no", .told = "cannot open no: No such file or directory"},
+      {.why = "beyond 64 bits", .options = "-f huge", .told = "the sizes add up to more than 64"},
+      {.why = "the last NUL is missing", .options = "-f cut", .told = "not a list of files: cut"},
+      {.why = "no data", .options = "-f none", .told = "no data to sample in none"},
+      {.why = "all of it shrank", .options = "", .told = "nothing could be read, such as short: s"},
   };
-  for (const Row& row : rows) {
-    const string all = simulate(row.given);
+  for (const auto& row : rows) {
+    const string all = simulate(row.options);
     EXPECT_TRUE(all.starts_with("kel_sim_test: " + row.told)) << row.why << ": " << all;
-    EXPECT_TRUE(all.ends_with("\nstatus 1\n" + row.also)) << row.why << ": " << all;
+    EXPECT_TRUE(all.ends_with("\nstatus 1\n" + row.left)) << row.why << ": " << all;
   }
 }

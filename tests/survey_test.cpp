@@ -1,67 +1,124 @@
+// The survey of trees that the tests make. What it lists and counts is held against what find and
+// the system's own listing tell of the same tree.
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <tuple>
+
 #include "scratch.h"
 
 const string kTool = "kel_evaluation_tool";
+constexpr std::size_t kPieceLength = 8192;  // bytes of directory entries that it takes at once
 
-TEST(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
-  const Scratch scratch;
-  for (string n : {"two\nlines", "back\\slash", "\xff\xfe", " ", "s/f"}) scratch.write(n, n);
-  // 64 GiB of hole; below 33 levels of 120 characters, a path longer than the system takes, 4096.
-  scratch.run(R"(truncate -s 64G plain; mkfifo pipe; ln plain s/hard; ln -s . loop; ln -s plain soft
-      ln -s no dangling; name=$(printf %0120d 0)
-      for i in $(seq 33); do mkdir $name; cd -P $name; done; touch $name)");
-  // What find says of all but this one: the info log and, sorted, the list.
-  scratch.run(R"(exec >../found
-      find . -maxdepth 33 -printf '%y %s %b\n' | awk '
-        { n[$1]++ }
-        /^f/ { size += $2; blocks += $3; holes += $2 > 512 * $3 ? $2 - 512 * $3 : 0 }
-        END { form = "detect_directory_%s is: %.0f\n"
-          printf form form form, "size", size, "file_count", n["f"], "dir_count", n["d"]
-          printf form form, "allocated_size", 512 * blocks, "unallocated_size", holes
-          printf form, "left_out_count", 1 }'
-      find . -maxdepth 33 -type f -printf '%s %p\0' | sort -z)");
-  scratch.run(R"(kel_evaluation_tool loop a; exec >../ours
-      cat a_file_info.log; sed -z 's,loop/,./,' a_file_type_file_list_new.log | sort -z)");
-  EXPECT_EQ(scratch.run("diff -a ../found ../ours | head -n 2 | cut -c -200"), "");
-  EXPECT_EQ(scratch.run("stat -c %a a_*"), "644\n600\n") << "names of private files";
-
-  // Nor what lies in the kernel's own file systems.
-  scratch.run("mkdir -p d/proc d/sys");
-  if (!scratch.run("unshare --mount true").empty()) GTEST_SKIP() << "cannot mount here";
-  const string mount = "mount -t proc none d/proc && mount -t sysfs none d/sys";
-  const string told =
-      scratch.run("unshare --mount sh -c '" + mount + " && kel_evaluation_tool d a'");
-  EXPECT_TRUE(told.starts_with("Surveyed d: files: 0, directories: 1, ")) << told;
-}
-
-TEST(Survey, ListsInOneOrderAndAsksForManyThingsAtOnce) {
-  const Scratch scratch;
-  // 70 directories and so many files that their directory is read in many pieces, and one beside.
-  scratch.run(R"(mkdir -p t/u t/v; touch t/v/f; cd t/u; for i in $(seq 70); do
-      mkdir $i; touch $i/f $(seq -f $i-%0230g 25); done)");
-  // A piece holds the entries that fit into 8192 bytes, each of 20 bytes and its name, rounded up
-  // to 8. First come its files, then those in its directories, both by their inode numbers.
-  scratch.run(R"({ ls -fi t/u | awk -v top=$(stat -c %i t/u) '
-        { bytes = int((20 + length($2) + 7) / 8) * 8; filled += bytes }
-        filled > 8192 { ++piece; filled = bytes }
-        $2 ~ /-/ { print top, piece + 0, 0, $1, "0 t/u/" $2 }
-        $2 ~ /^[0-9]+$/ { print top, piece + 0, 1, $1, "0 t/u/" $2 "/f" }'
-      stat -c '%i 0 0 0 0 t/v/f' t/v; } |
-      sort -n -k 1,1 -k 2,2 -k 3,3 -k 4,4 | cut -d ' ' -f 5- >../expected)");
-  const string different = "cat a_*list* | tr '\\0' '\\n' | diff ../expected - | head -n 2";
-  scratch.run("find t -exec touch -ad 2001-01-01 {} +; kel_evaluation_tool t/ a");
-  EXPECT_EQ(scratch.run(different), "");
-  EXPECT_EQ(scratch.run("find t -newerat 2001-01-02"), "") << "access times";
-  // One after another, 1820 files would take 7.3 s longer, 73 directories, asked twice, 5.8 s. A
-  // signal interrupts each listing.
-  for (const string delay : {"?newfstatat,?fstatat64:delay_exit=4000",
-                             "getdents64:delay_exit=10000", "getdents64:signal=SIGURG"}) {
-    scratch.runIn("3", delay, kTool + " t a");
-    EXPECT_EQ(scratch.run(different), "") << delay;
+// The list of a tree of empty files, one a line: of all entries in the order of the system, cut
+// where the next does not fit, in each piece the files, then what is in its directories.
+string listOf(const fs::path& path) {
+  std::map<std::tuple<int, bool, ino_t>, fs::path> entries;
+  int piece = 0;
+  std::size_t filled = 0;
+  DIR* const directory = opendir(path.c_str());
+  while (const dirent* const entry = readdir(directory)) {
+    const fs::path inside = path / entry->d_name;
+    filled += entry->d_reclen;
+    if (filled > kPieceLength) {
+      filled = entry->d_reclen;
+      ++piece;
+    }
+    if (*entry->d_name != '.') entries[{piece, fs::is_directory(inside), entry->d_ino}] = inside;
   }
+  closedir(directory);
+  string list;
+  for (const auto& [place, inside] : entries)
+    list += std::get<bool>(place) ? listOf(inside) : "0 " + inside.string() + "\n";
+  return list;
 }
 
-TEST(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
+struct Survey : testing::Test {
+  string infoLog() const {
+    return replaced(scratch.read("a_file_info.log"), "detect_directory_(\\w+) is:", "$1");
+  }
+  // The first difference of the list.
+  string differenceFrom(const string& expected) const {
+    scratch.write("../expected", expected);
+    return scratch.run(
+        "tr '\\0' '\\n' <a_file_type_file_list_new.log | diff ../expected - | head -n 4");
+  }
+
   const Scratch scratch;
+};
+
+TEST_F(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
+  for (string n : {"two\nlines", "back\\slash", "\xff\xfe", " ", "s/f"}) scratch.write(n, n);
+  fs::resize_file(scratch.write("hole", ""), 64LL << 30);
+  // Below 33 levels of 120 characters, a path longer than the system takes, 4096 bytes.
+  scratch.run(R"(ln hole s/hard; ln -s . loop; ln -s hole soft; ln -s no dangling; mkfifo pipe
+      name=$(printf %0120d 0); for i in $(seq 33); do mkdir $name; cd -P $name; done; touch $name)");
+  const string find = "find loop/ -maxdepth 33 -type f -printf ";
+  const string found = scratch.run(find + "'%s %p\\0' | sort -z");
+  std::istringstream sizes(scratch.run(find + "'%s %b\\n'"));
+  std::int64_t allocated = 0, unallocated = 0;
+  for (std::int64_t size = 0, blocks = 0; sizes >> size >> blocks;) {
+    allocated += blocks * 512;
+    unallocated += std::max<std::int64_t>(size - blocks * 512, 0);
+  }
+  scratch.run("umask 022; kel_evaluation_tool loop a <&- 2>&-");  // nowhere to complain
+  EXPECT_EQ(scratch.run("sort -z a_*list*"), found);
+  // Twice the hole, and the five names.
+  EXPECT_EQ(infoLog(), "size 137438953497\nfile_count 7\ndir_count 35\nallocated_size " +
+                           std::to_string(allocated) + "\nunallocated_size " +
+                           std::to_string(unallocated) + "\nleft_out_count 1\n");
+  EXPECT_EQ(scratch.run("stat -c %a a_*"), "644\n600\n") << "only the list names private files";
+}
+
+TEST_F(Survey, LeavesOutWhatTheKernelShows) {
+  if (!scratch.run("unshare --mount true").empty()) GTEST_SKIP() << "cannot mount here";
+  scratch.run(R"(mkdir -p d/proc d/sys; unshare --mount sh -c '
+      mount -t proc none d/proc; mount -t sysfs none d/sys; kel_evaluation_tool d a')");
+  EXPECT_TRUE(infoLog().starts_with("size 0\nfile_count 0\ndir_count 1\n")) << infoLog();
+}
+
+TEST_F(Survey, ListsInOneOrderWithFewOpenFiles) {
+  // Forty levels, each in several pieces; those above are not read to the end when one is found.
+  scratch.run(R"(mkdir t; cd t; for i in $(seq 40); do
+      mkdir 1 2 3; touch 1/f 2/f $(seq -f %g$(printf %0220d) 60); cd 3; done)");
+  const string expected = listOf(scratch.folder / "t");
+  scratch.run("find t -exec touch -ad 2001-01-01 {} +");
+  scratch.run("ulimit -n 24; kel_evaluation_tool \"$PWD\"/t/ a");
+  EXPECT_EQ(differenceFrom(expected), "");
+  EXPECT_EQ(scratch.run("find t -newerat 2001-01-02"), "") << "access times";
+  if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
+  scratch.runTraced("-e inject=getdents64:signal=SIGURG", kTool + " \"$PWD\"/t a");
+  EXPECT_EQ(differenceFrom(expected), "") << "a signal cuts each listing short";
+  EXPECT_GE(std::stoi(scratch.run("grep -c 'clone.*= ' ../trace")), 8) << "threads";
+}
+
+TEST_F(Survey, AsksForMoreAtOnceWhereStorageAnswersLate) {
+  if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
+  // More directories than are read ahead of their turn. From 0.2 s on there are more threads, up to
+  // a third of the open files, 48.
+  scratch.run("mkdir t; cd t; mkdir $(seq 1200); touch $(seq -f %g/file 1200)");
+  const string survey = kTool + " \"$PWD\"/t a";
+  EXPECT_EQ(scratch.mostAtOnce("?newfstatat,?fstatat64", survey), 16);
+  EXPECT_EQ(differenceFrom(listOf(scratch.folder / "t")), "");
+}
+
+TEST_F(Survey, AsksForTypesThatAFileSystemLeavesUnknown) {
+  if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
+  scratch.run("mkdir -p t/d; echo 1 >t/f; echo 12 >t/d/f; ln -s f t/l; mkfifo t/p");
+  // The first listing is that of t. An entry is 8 bytes each of its inode and its place, which are
+  // not used, its length of 24 bytes, no type, and its name, here ".", "..", "d", "f", "l" and "p".
+  string listing;
+  for (const string name : {"2e00", "2e2e", "6400", "6600", "6c00", "7000"})
+    listing += string(32, '0') + "1800" + "00" + name + "000000";
+  scratch.runTraced("-e inject=getdents64:when=1:poke_exit=@arg2=" + listing, kTool + " t a");
+  EXPECT_NE(scratch.read("../trace").find("(INJECTED"), string::npos) << "strace is too old";
+  EXPECT_EQ(differenceFrom("2 t/f\n3 t/d/f\n"), "");
+}
+
+TEST_F(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
   // Eleven directories that cannot be listed, and in the twelfth a file that cannot be sized.
   scratch.run("mkdir -p $(seq -f 't\33ee/%g' 12); cd t*; touch 12/file; chmod 0 *; chmod +r 12");
   // In the order of their inode numbers; root is kept from reading everything.
@@ -76,35 +133,35 @@ TEST(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
                 kTool + ": and 2 more\nstatus 2\n");
 }
 
-TEST(Survey, SaysWhereTheSizeMisleads) {
-  const Scratch scratch;
+TEST_F(Survey, SaysWhereTheSizeMisleads) {
   scratch.write("d/file", string(1 << 20, 'x'));
   scratch.write("d/slack", "x");  // has as much storage as is missing elsewhere
-  const auto told = [&](double size) {
-    fs::resize_file(scratch.folder / "d/file", std::uintmax_t(size));
-    return replaced(scratch.run(kTool + " d a"), ".*, size: |\\), all of it listed.\n", "");
-  };
-  const string holes = " of holes or compressed by the file system, which lift the ratio";
-  const string size = "1.01 MiB (allocated: 1.00 MiB", without = size + "; without storage: ";
-  EXPECT_EQ(told(1048576 / 0.9901), size);
-  EXPECT_EQ(told(1048576 / 0.9899), without + "10.45 KiB" + holes);
+  const string start = "Surveyed d: files: 2, directories: 1, size: 1.01 MiB (allocated: 1.00 MiB";
+  const string end = "), all of it listed.\n",
+               holes = "; without storage: 10.45 KiB of holes or "
+                       "compressed by the file system, which lift the ratio";
+  fs::resize_file(scratch.folder / "d/file", 1059060);  // 1048576 / 0.9901
+  EXPECT_EQ(scratch.run(kTool + " d a"), start + end);
+  fs::resize_file(scratch.folder / "d/file", 1059274);  // 1048576 / 0.9899
+  EXPECT_EQ(scratch.run(kTool + " d a"), start + holes + end);
 }
 
-TEST(Survey, TellsItsOperatorAndKeepsEscapesForATerminal) {
-  const Scratch scratch;
+TEST_F(Survey, TellsItsOperatorAndKeepsEscapesForATerminal) {
   scratch.run("mkdir d; touch err");
   const string usage = "usage: kel_evaluation_tool <directory> <aliasName>\n";
   EXPECT_EQ(scratch.run(kTool + " --help"), usage);
+  EXPECT_EQ(replaced(scratch.run(kTool + " --version"), "\\d+(\\.\\d+)+", "V"), kTool + " V\n");
   EXPECT_EQ(scratch.run(kTool + " d"), kTool + ": " + usage + "status 1\n");
   EXPECT_NE(scratch.run(kTool + " d a >/dev/full").find("output: No space left"), string::npos);
   EXPECT_EQ(scratch.run(kTool + " d a >a_file_info.log; head -c 8 a_file_info.log"), "Surveyed");
   EXPECT_TRUE(scratch.run(kTool + " no a").ends_with("No such file or directory\nstatus 1\n"));
   if (!scratch.run("script -qec true /dev/null").empty()) GTEST_SKIP() << "no terminal here";
-  const auto escapes = [&](const string& terminal, const string& errors) {
-    scratch.run("TERM=" + terminal + " script -qec 'kel_evaluation_tool d a " + errors + "' told");
+  const auto escapes = [&](const string& command) {
+    scratch.run("script -qec '" + command + "' told");
     return scratch.run("tail -n +2 told | tr -dc '\\33'; cat err");
   };
-  EXPECT_NE(escapes("xterm", ""), "");
-  EXPECT_EQ(escapes("dumb", ""), "");
-  EXPECT_EQ(escapes("xterm", "2>err"), "");
+  EXPECT_NE(escapes("TERM=xterm kel_evaluation_tool d a"), "");
+  EXPECT_EQ(escapes("TERM=dumb kel_evaluation_tool d a"), "");
+  EXPECT_EQ(escapes("TERM=xterm kel_evaluation_tool d a 2>err"), "");
+  EXPECT_EQ(escapes("TERM=xterm sh -mc \"kel_evaluation_tool d a & wait\""), "") << "background";
 }

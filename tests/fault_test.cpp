@@ -2,22 +2,19 @@
 // ERROR" or "CALL of FILE: ERROR", at each call of the kind unless "the 2nd" or "from the 2nd"
 // follows. "3 bytes" for an error is what a call says that it has read.
 
-#include <regex>
 #include <vector>
 
 #include "scratch.h"
 
 // The options of strace for that, with the names that the calls have on different machines.
-string options(const string& failure) {
-  std::smatch word;
-  const std::regex form(R"((\w+)(?: of (\S+))?: (\w+)( bytes)?( from)?(?: the (\d+)\w+)?)");
-  if (!std::regex_match(failure, word, form)) throw std::runtime_error("unclear: " + failure);
-  string calls = replaced(word[1], "clone", "?clone,?clone3");
-  calls = replaced(replaced(calls, "pipe", "?pipe,?pipe2"), "fstatat", "?newfstatat,?fstatat64");
-  string text = " -e inject=" + calls + (word[4].matched ? ":retval=" : ":error=") + word[3].str();
-  if (word[6].matched) text += ":when=" + word[6].str() + (word[5].matched ? "+" : "");
-  if (word[2].matched) text += " -P " + word[2].str() + " -P \"$PWD\"/" + word[2].str();
-  return text;
+string options(string failure) {
+  const std::pair<string, string> translations[] = {
+      {"clone", "?clone,?clone3"},   {"fstatat", "?newfstatat,?fstatat64"},
+      {"pipe", "?pipe,?pipe2"},      {": (\\d+) bytes", ":retval=$1"},
+      {": E", ":error=E"},           {" from the (\\d+)..", ":when=$1+"},
+      {" the (\\d+)..", ":when=$1"}, {" of ([^:]+)(.*)", "$2 -P $1 -P \"$$PWD\"/$1"}};
+  for (const auto& [words, option] : translations) failure = replaced(failure, words, option);
+  return " -e inject=" + failure;
 }
 
 struct Row {
@@ -91,18 +88,15 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
 }
 
 TEST_F(Fault, OfTheEstimatorIsTold) {
-  // Each lookup of a figure takes a pipe. The first three messages end in a blank line.
-  const string tree = scratch.folder / "tree", end = tree + "\nstatus 1\nleft:\n";
-  const string detect = "\nFailed to detect the ",
-               ofTree = " of dir " + replaced(end, "\ns", "\n\ns");
+  // Each lookup of a figure takes a pipe. The messages of the first three end in a blank line.
+  const string tree = scratch.folder / "tree", end = "\nstatus 1\nleft:\n";
   strike(
       "kel_estimator <answers",
-      {{.why = "size", .fail = {"pipe: EMFILE the 1st"}, .ends = detect + "size" + ofTree},
-       {.why = "files", .fail = {"pipe: EMFILE the 2nd"}, .ends = detect + "file number" + ofTree},
-       {.why = "dirs",
-        .fail = {"pipe: EMFILE the 3rd"},
-        .ends = detect + "directory number" + ofTree},
-       {.why = "ratio", .fail = {"pipe: EMFILE the 4th"}, .ends = "Failed to estimate dir " + end},
-       {.why = "bytes", .fail = {"pipe: EMFILE the 5th"}, .ends = "estimate size " + end},
-       {.why = "last text", .fail = {"write: EIO the 8th"}, .ends = "output\nstatus 1\nleft:\n"}});
+      {{.why = "size",
+        .fail = {"pipe: EMFILE the 1st"},
+        .ends = "detect the size of dir " + tree + "\n" + end},
+       {.why = "ratio",
+        .fail = {"pipe: EMFILE the 4th"},
+        .ends = "Failed to estimate dir " + tree + end},
+       {.why = "last text", .fail = {"write: EIO the 8th"}, .ends = "to standard output" + end}});
 }

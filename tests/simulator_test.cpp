@@ -68,7 +68,7 @@ TEST_F(Simulator, KnowsItsErrorToTheLastDigit) {
   for (int i = 0; i < 64 * 16; ++i) data += i / 16 % 2 == 0 ? bytes(1024, 256) : text;
   add("data", data);
   add("empty", "");
-  const double shrunk = double(ZSTD_compress(room.data(), 2048, text.data(), 1024, 1));
+  const auto shrunk = double(ZSTD_compress(room.data(), 2048, text.data(), 1024, 1));
   const double other = shrunk / 1024, share = (1 + other) / 2;
   const double error = 2 * std::sqrt((std::pow(1 - other, 2) / 2 + 2.25 / 64) / 64);
   const string told = simulate("-i 0");

@@ -55,7 +55,7 @@ TEST_F(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   fs::resize_file(scratch.write("hole", ""), 64LL << 30);
   // Below 33 levels of 120 characters, a path longer than the system takes, 4096 bytes.
   scratch.run(R"(ln hole s/hard; ln -s . loop; ln -s hole soft; ln -s no dangling; mkfifo pipe
-      name=$(printf %0120d 0); for i in $(seq 33); do mkdir $name; cd -P $name; done; touch $name)");
+      n=$(printf %0120d 0); for i in $(seq 33); do mkdir $n; cd -P $n; done; touch $n)");
   const string find = "find loop/ -maxdepth 33 -type f -printf ";
   const string found = scratch.run(find + "'%s %p\\0' | sort -z");
   std::istringstream sizes(scratch.run(find + "'%s %b\\n'"));

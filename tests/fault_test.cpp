@@ -48,7 +48,7 @@ struct Fault : testing::Test {
   }
 
   const Scratch scratch;
-  const string error = ": Input/output error\nstatus 1\nleft:\n";
+  const string end = "\nstatus 1\nleft:\n", error = ": Input/output error" + end;
 };
 
 TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
@@ -56,18 +56,19 @@ TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
   // One thread, whose first two calls list the tree, gets file and more by the third.
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
   const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
-  const string inPlace = " in the working directory" + error;
-  strike("kel_evaluation_tool tree a",
-         {{.why = "another user's tree", .fail = {"openat of tree: EPERM the 1st"}, .ends = all},
-          {.why = "signal", .fail = {"openat of tree/sub: EINTR the 1st"}, .ends = all},
-          {.why = "signal at a file", .fail = {"fstatat of file: EINTR the 1st"}, .ends = all},
-          {.why = "no thread", .fail = {"clone: EAGAIN"}, .ends = all},
-          {.why = "one thread", .fail = {"clone: EAGAIN from the 2nd"}, .ends = all},
-          {.why = "disk", .fail = {"clone: EPERM", "getdents64: EIO from the 4th"}, .ends = part},
-          {.why = "no log", .fail = {"openat of " + info + ": EIO"}, .ends = info + inPlace},
-          {.why = "figures", .fail = {"write of " + info + ": EIO"}, .ends = info + inPlace},
-          {.why = "end of list", .fail = {"write of " + list + ": EIO"}, .ends = list + inPlace},
-          {.why = "its middle", .fail = {"writev: EIO"}, .ends = list + inPlace}});
+  const string lost = " in the working directory" + error;
+  strike(
+      "kel_evaluation_tool tree a",
+      {{.why = "another user's tree", .fail = {"openat of tree: EPERM the 1st"}, .ends = all},
+       {.why = "signal at a directory", .fail = {"openat of tree/sub: EINTR the 1st"}, .ends = all},
+       {.why = "signal at a file", .fail = {"fstatat of file: EINTR the 1st"}, .ends = all},
+       {.why = "no thread starts", .fail = {"clone: EAGAIN"}, .ends = all},
+       {.why = "one thread starts", .fail = {"clone: EAGAIN from the 2nd"}, .ends = all},
+       {.why = "bad disk", .fail = {"clone: EAGAIN", "getdents64: EIO from the 4th"}, .ends = part},
+       {.why = "log not opened", .fail = {"openat of " + info + ": EIO"}, .ends = info + lost},
+       {.why = "log not written", .fail = {"write of " + info + ": EIO"}, .ends = info + lost},
+       {.why = "end of the list", .fail = {"write of " + list + ": EIO"}, .ends = list + lost},
+       {.why = "its middle, in a larger piece", .fail = {"writev: EIO"}, .ends = list + lost}});
 }
 
 TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
@@ -76,27 +77,23 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
   const string simulate = "kel_sim_test -f list -r 1 -j 1 -t 2 -o 7 -i 0 -l result -s ";
   strike(
       simulate + "4",
-      {{.why = "no thread", .fail = {"clone: EPERM"}, .ends = all},
-       {.why = "block in two parts", .fail = {data + ": 3 bytes the 1st"}, .ends = all},
-       {.why = "signal", .fail = {data + ": EINTR the 1st"}, .ends = all},
-       {.why = "disk", .fail = {data + ": EIO"}, .ends = "read, such as " + file + error},
-       {.why = "list", .fail = {"read of list: EIO the 2nd"}, .ends = "cannot read list" + error},
-       {.why = "pipe", .fail = {"lseek of list: EIO"}, .ends = "read twice\nstatus 1\nleft:\n"},
-       {.why = "result", .fail = {"close of result: EIO"}, .ends = "working directory" + error}});
+      {{.why = "no thread starts", .fail = {"clone: EPERM"}, .ends = all},
+       {.why = "a block in two parts", .fail = {data + ": 3 bytes the 1st"}, .ends = all},
+       {.why = "a signal", .fail = {data + ": EINTR the 1st"}, .ends = all},
+       {.why = "a bad disk", .fail = {data + ": EIO"}, .ends = "read, such as " + file + error},
+       {.why = "its list", .fail = {"read of list: EIO the 2nd"}, .ends = "read list" + error},
+       {.why = "list is a pipe", .fail = {"lseek of list: ESPIPE"}, .ends = "read twice" + end},
+       {.why = "late end of disk", .fail = {"close of result: EIO"}, .ends = "directory" + error}});
   EXPECT_EQ(scratch.run("ulimit -v 60000; " + simulate + "65536"),
             "kel_sim_test: out of memory\nstatus 1\n");
 }
 
 TEST_F(Fault, OfTheEstimatorIsTold) {
   // Each lookup of a figure takes a pipe. The messages of the first three end in a blank line.
-  const string tree = scratch.folder / "tree", end = "\nstatus 1\nleft:\n";
+  const string dir = "dir " + (scratch.folder / "tree").string();
   strike(
       "kel_estimator <answers",
-      {{.why = "size",
-        .fail = {"pipe: EMFILE the 1st"},
-        .ends = "detect the size of dir " + tree + "\n" + end},
-       {.why = "ratio",
-        .fail = {"pipe: EMFILE the 4th"},
-        .ends = "Failed to estimate dir " + tree + end},
+      {{.why = "size", .fail = {"pipe: EMFILE the 1st"}, .ends = "the size of " + dir + "\n" + end},
+       {.why = "ratio", .fail = {"pipe: EMFILE the 4th"}, .ends = "estimate " + dir + end},
        {.why = "last text", .fail = {"write: EIO the 8th"}, .ends = "to standard output" + end}});
 }

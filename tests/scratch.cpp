@@ -67,7 +67,7 @@ int Scratch::mostAtOnce(const string& calls, const string& command) const {
   int now = 0, most = 0;
   for (string line; std::getline(lines, line);) {
     now += line.ends_with("<unfinished ...>") ? 1 : line.find(" resumed>") != string::npos ? -1 : 0;
-    if (lines.tellg() > std::streamoff(trace.size() / 2)) most = std::max(most, now);
+    if (lines.tellg() > std::streamoff(trace.size() / 4 * 3)) most = std::max(most, now);
   }
   return most;
 }

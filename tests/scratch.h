@@ -30,8 +30,8 @@ struct Scratch {
   string runTraced(const string& options, const string& command) const;
   bool canTrace() const;
 
-  // The most system calls of a kind that a command has under way at once, in the later half of its
-  // run, when each takes 5 ms.
+  // The most system calls of a kind that a command has under way at once, in the last quarter of
+  // its run, when each takes 5 ms.
   int mostAtOnce(const string& calls, const string& command) const;
 
   string model = fs::temp_directory_path() / "kelXXXXXX";

@@ -81,9 +81,9 @@ TEST_F(Survey, LeavesOutWhatTheKernelShows) {
 }
 
 TEST_F(Survey, ListsInOneOrderWithFewOpenFiles) {
-  // Thirty levels of ten pieces each: those above are not read to the end when one is found.
-  scratch.run(R"(mkdir t; cd t; for i in $(seq 30); do
-      mkdir 1 2 3; touch 1/f 2/f $(seq -f %g$(printf %0220d) 300); cd 3; done)");
+  // Twenty levels of seven pieces each: those above are not read to the end when one is found.
+  scratch.run(R"(mkdir t; cd t; for i in $(seq 20); do
+      mkdir 1 2 3; touch 1/f 2/f $(seq -f %g$(printf %0220d) 200); cd 3; done)");
   const string expected = listOf(scratch.folder / "t");
   scratch.run("find t -exec touch -ad 2001-01-01 {} +");
   scratch.run("ulimit -n 24; kel_evaluation_tool \"$PWD\"/t/ a");

@@ -115,6 +115,8 @@ TEST_F(Simulator, HoldsTheExactRatioInItsInterval) {
   EXPECT_LE(std::abs(off), 5 * std::sqrt(squaredErrors));
   EXPECT_NEAR(read, 0.1, 0.005) << "the mean of 40 is usually off by 0.001";
   EXPECT_GT(shares.size(), 20) << "each part is another sample";
+  const double most = numberBehind(simulate("-s 16 -j 1 -r 0.8"), "bytes:") / double(total);
+  EXPECT_NEAR(most, 0.57, 0.06) << "what two strata pick is read once; usually off by 0.01";
 }
 
 TEST_F(Simulator, WhatCannotBeReadIsSaidWithTheWeightOfWhatItStandsFor) {

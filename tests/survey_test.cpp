@@ -114,7 +114,9 @@ TEST_F(Survey, AsksForTypesThatAFileSystemLeavesUnknown) {
   string listing;
   for (const string name : {"2e00", "2e2e", "6400", "6600", "6c00", "7000"})
     listing += string(32, '0') + "1800" + "00" + name + "000000";
-  scratch.runTraced("-e inject=getdents64:when=1:poke_exit=@arg2=" + listing, kTool + " t a");
+  const string inOneThread = "-e inject=?clone,?clone3:error=EAGAIN ";
+  const string poke = "-e inject=getdents64:when=1:poke_exit=@arg2=" + listing;
+  scratch.runTraced(inOneThread + poke, kTool + " t a");
   EXPECT_NE(scratch.read("../trace").find("(INJECTED"), string::npos) << "strace is too old";
   EXPECT_EQ(differenceFrom("2 t/f\n3 t/d/f\n"), "");
 }

@@ -32,7 +32,7 @@ OpenFile::~OpenFile() {
 Output::Output(std::string name) : name_(std::move(name)) {
   const std::ofstream emptied(name_);
   require(emptied.good());
-  // Appends, since standard output may go to the same file: neither writes over the other.
+  // Appends, since standard output may be the same file: neither writes over the other.
   file_.open(name_, std::ios::app);
   require(file_.good() && stat(name_.c_str(), &status_) == 0);
 }
@@ -52,8 +52,9 @@ void Output::require(bool isDone) {
     const int reason = errno;
     const char* const place = name_.starts_with('/') ? "" : " in the working directory";
     file_.close();
-    std::error_code aPipeHasNoSize;
-    std::filesystem::resize_file(name_, 0, aPipeHasNoSize);
+    // Leaves no part of the figures. A pipe or a device has no size, which is no failure.
+    std::error_code ignored;
+    std::filesystem::resize_file(name_, 0, ignored);
     throw std::system_error(reason, std::generic_category(), "cannot write " + name_ + place);
   }
 }

@@ -70,7 +70,8 @@ void complain(const std::string& message) {
 void say(const std::string& sentence) {
   winsize terminal{};
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &terminal) == 0) {
-    // Blanks up to the edge go on to the next line, unless the cursor is at the start of one.
+    // The operator may have typed on this line: then blanks up to its edge run on into the next
+    // one, at whose start the sentence goes on.
     std::printf("%*s\r", terminal.ws_col - 1, "");
   }
   if (std::puts(withoutControls(sentence).c_str()) < 0 || std::fflush(stdout) != 0) {

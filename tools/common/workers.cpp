@@ -17,14 +17,14 @@ constexpr std::clock_t kLittleUse = CLOCKS_PER_SEC * kRedrawInterval / std::chro
 
 }  // namespace
 
-void Workers::run(std::size_t first, std::size_t most, const std::function<void(Lock&)>& work,
+void Workers::run(std::size_t first, std::size_t most, const std::function<void()>& work,
                   const std::function<std::string()>& progress) {
   const auto workUntilFailure = [&] {
-    Lock lock(mutex_);
     try {
-      work(lock);
+      work();
     } catch (...) {
-      failure_ = haveFailed() ? failure_ : std::current_exception();
+      const Lock lock(mutex_);
+      failure_ = failure_ == nullptr ? std::current_exception() : failure_;
       notify();
     }
   };
@@ -59,16 +59,22 @@ void Workers::run(std::size_t first, std::size_t most, const std::function<void(
     }
   }
   eraseProgress();
-  if (haveFailed()) {
+  if (failure_ != nullptr) {
     std::rethrow_exception(failure_);
   }
 }
 
+Workers::Lock Workers::lock() {
+  Lock lock(mutex_);
+  wait(lock, [] { return true; });
+  return lock;
+}
+
 void Workers::wait(Lock& lock, const std::function<bool()>& isReady) {
   ++waiting_;
-  changed_.wait(lock, [&] { return haveFailed() || isReady(); });
+  changed_.wait(lock, [&] { return failure_ != nullptr || isReady(); });
   --waiting_;
-  if (haveFailed()) {
+  if (failure_ != nullptr) {
     throw std::runtime_error("another worker has failed");
   }
 }

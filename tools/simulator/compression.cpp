@@ -84,17 +84,18 @@ SampleTotals compressSample(const Options& options) {
   Sample sample(options);
   SampleTotals totals;
   Workers workers;
-  const auto work = [&](Workers::Lock& lock) {
+  const auto next = [&] {
+    const auto lock = workers.lock();
+    return sample.nextPair();
+  };
+  const auto work = [&] {
     std::vector<char> data;
     std::vector<char> compressed(ZSTD_compressBound(options.blockSize));
-    std::vector<Block> pair;
-    while (!workers.haveFailed() && !(pair = sample.nextPair()).empty()) {
-      {
-        const Workers::Unlocked alone(lock);
-        for (Block& block : pair) {
-          compress(block, data, compressed);
-        }
+    for (std::vector<Block> pair = next(); !pair.empty(); pair = next()) {
+      for (Block& block : pair) {
+        compress(block, data, compressed);
       }
+      const auto lock = workers.lock();
       add(totals, pair);
     }
   };

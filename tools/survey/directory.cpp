@@ -93,7 +93,7 @@ void Piece::lookAt(const OpenDirectory& directory, const Output& infoLog, const 
         leaveOut(findings, prefix + name);
         continue;
       }
-      type = IFTODT(status.st_mode);
+      type = static_cast<unsigned char>(IFTODT(status.st_mode));
     }
     if (type == DT_DIR) {
       findings.directories.push_back({prefix + name, directory.device});

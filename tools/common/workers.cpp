@@ -17,14 +17,15 @@ constexpr std::clock_t kLittleUse = CLOCKS_PER_SEC * kRedrawInterval / std::chro
 
 }  // namespace
 
-void Workers::run(std::size_t first, std::size_t most, const std::function<void()>& work,
+void Workers::run(std::size_t first, std::size_t most, const std::function<void(Lock&)>& work,
                   const std::function<std::string()>& progress) {
   const auto workUntilFailure = [&] {
+    Lock lock(mutex_);
     try {
-      work();
+      work(lock);
     } catch (...) {
-      const Lock lock(mutex_);
-      failure_ = failure_ == nullptr ? std::current_exception() : failure_;
+      // The lock is still held, or again, so that nobody fails of what this one leaves behind.
+      failure_ = haveFailed() ? failure_ : std::current_exception();
       notify();
     }
   };
@@ -59,22 +60,16 @@ void Workers::run(std::size_t first, std::size_t most, const std::function<void(
     }
   }
   eraseProgress();
-  if (failure_ != nullptr) {
+  if (haveFailed()) {
     std::rethrow_exception(failure_);
   }
 }
 
-Workers::Lock Workers::lock() {
-  Lock lock(mutex_);
-  wait(lock, [] { return true; });
-  return lock;
-}
-
 void Workers::wait(Lock& lock, const std::function<bool()>& isReady) {
   ++waiting_;
-  changed_.wait(lock, [&] { return failure_ != nullptr || isReady(); });
+  changed_.wait(lock, [&] { return haveFailed() || isReady(); });
   --waiting_;
-  if (failure_ != nullptr) {
+  if (haveFailed()) {
     throw std::runtime_error("another worker has failed");
   }
 }

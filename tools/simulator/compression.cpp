@@ -84,18 +84,17 @@ SampleTotals compressSample(const Options& options) {
   Sample sample(options);
   SampleTotals totals;
   Workers workers;
-  const auto next = [&] {
-    const auto lock = workers.lock();
-    return sample.nextPair();
-  };
-  const auto work = [&] {
+  const auto work = [&](Workers::Lock& lock) {
     std::vector<char> data;
     std::vector<char> compressed(ZSTD_compressBound(options.blockSize));
-    for (std::vector<Block> pair = next(); !pair.empty(); pair = next()) {
-      for (Block& block : pair) {
-        compress(block, data, compressed);
+    std::vector<Block> pair;
+    while (!workers.haveFailed() && !(pair = sample.nextPair()).empty()) {
+      {
+        const Workers::Unlocked alone(lock);
+        for (Block& block : pair) {
+          compress(block, data, compressed);
+        }
       }
-      const auto lock = workers.lock();
       add(totals, pair);
     }
   };

@@ -53,11 +53,11 @@ class Survey {
     }
     figures_ = findings.figures;
     if (opened != nullptr) {
-      places_.push_front({.directory = root, .opened = std::move(opened)});
-      ++rests_;
+      addRest(end_, {.directory = root, .opened = std::move(opened)});
     }
     workers_.run(
-        std::min(kFirstThreads, mostRests_), std::min(kMostThreads, mostRests_), [this] { work(); },
+        std::min(kFirstThreads, mostRests_), std::min(kMostThreads, mostRests_),
+        [this](Workers::Lock& lock) { work(lock); },
         [this] { return "files: " + std::to_string(figures_.fileCount); });
     for (const std::string& problem : problems_) {
       complain(problem);
@@ -71,20 +71,26 @@ class Survey {
  private:
   using Places = std::list<Place>;
 
-  // Reads one piece after another, in each thread, without the lock.
-  void work() {
+  // Reads one piece after another, in each thread.
+  void work(Workers::Lock& lock) {
     Piece piece;
-    for (auto place = take(); place != end_; place = take()) {
+    for (auto place = take(lock); place != end_; place = take(lock)) {
       Findings findings;
       auto opened = std::move(place->opened);
-      if (opened == nullptr) {
-        opened = openDirectory(place->directory, O_NOFOLLOW, findings);
+      bool hasRest = false;
+      {
+        const Workers::Unlocked alone(lock);
+        if (opened == nullptr) {
+          opened = openDirectory(place->directory, O_NOFOLLOW, findings);
+        }
+        hasRest = opened != nullptr && piece.read(*opened, findings);
       }
-      if (opened != nullptr && piece.read(*opened, findings)) {
+      if (hasRest) {
         // Before its files are looked at, so that another thread reads on meanwhile.
-        addRest(place, opened);
+        addRest(std::next(place), {.directory = place->directory, .opened = opened});
       }
       if (opened != nullptr) {
+        const Workers::Unlocked alone(lock);
         piece.lookAt(*opened, infoLog_, list_, findings);
         opened.reset();
       }
@@ -92,9 +98,10 @@ class Survey {
     }
   }
 
+  // The functions below need the lock.
+
   // Waits for a place to read. The end means that all are read.
-  Places::iterator take() {
-    auto lock = workers_.lock();
+  Places::iterator take(Workers::Lock& lock) {
     workers_.wait(lock, [this] { return next() != end_ || places_.begin() == end_; });
     const auto place = next();
     rests_ -= place->isRest() ? 1 : 0;
@@ -102,16 +109,28 @@ class Survey {
     return place;
   }
 
-  void addRest(Places::iterator piece, std::shared_ptr<const OpenDirectory> opened) {
-    const auto lock = workers_.lock();
-    places_.insert(std::next(piece), {.directory = piece->directory, .opened = std::move(opened)});
+  // The place that is to be read next, the first but for two bounds; the end where none is.
+  Places::iterator next() {
+    auto place = places_.begin();
+    if (rests_ >= mostRests_) {
+      return std::ranges::find_if(place, end_, &Place::isRest);
+    }
+    std::size_t ahead = 0;  // pieces before it that are read and not written yet
+    while (place != end_ && place->isTaken) {
+      ++place;
+      ahead += place->before.size();
+    }
+    return ahead < kMostReadAhead ? place : end_;
+  }
+
+  void addRest(Places::iterator behind, Place rest) {
+    places_.insert(behind, std::move(rest));
     ++rests_;
     workers_.notify();
   }
 
   // Puts what was found into its place, and writes what comes before the first one.
   void finish(Places::iterator place, Findings findings) {
-    const auto lock = workers_.lock();
     add(figures_, findings.figures);
     const auto behind = std::next(place);
     for (FoundDirectory& found : findings.directories) {
@@ -126,22 +145,6 @@ class Survey {
       write(written.front());
     }
     workers_.notify();
-  }
-
-  // The two functions below need the lock.
-
-  // The place that is to be read next, the first but for two bounds; the end where none is.
-  Places::iterator next() {
-    auto place = places_.begin();
-    if (rests_ >= mostRests_) {
-      return std::ranges::find_if(place, end_, &Place::isRest);
-    }
-    std::size_t ahead = 0;  // pieces before it that are read and not written yet
-    while (place != end_ && place->isTaken) {
-      ++place;
-      ahead += place->before.size();
-    }
-    return ahead < kMostReadAhead ? place : end_;
   }
 
   void write(const Findings& findings) {

@@ -240,7 +240,8 @@ survey "$directory" >/dev/null
 estimate '' "file cache warm" 5 --warmup 1
 [ -z "$cold" ] || estimate '' "no file cache" 3 --prepare "$cold"
 estimate './late ' "$late" 3
-compression=$(seconds 1 "sh -c 'tar cf - $directory 2>/dev/null | zstd -q -1 -T$threads | wc -c'")
+compression=$(
+  seconds 1 "sh -c 'tar cf - $directory 2>/dev/null | zstd -q -1 -T$threads | wc -c'" --warmup 1)
 
 cat <<END
 

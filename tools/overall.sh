@@ -143,15 +143,16 @@ answer=$(awk '
 
   # It may be incompressible or nothing, which is no error of chance: the bounds add up as they are.
   # How much it is a sample knows with two usual errors, those of a share of so many blocks.
-  function countUnread(times, size, middle, result,  share, incompressible, square) {
+  function countUnread(times, size, middle, result,  share, incompressible, low, square) {
     share = smaller(numberIfAny("unread", result), 1)
     if (numberIfAny("skipped", result) > 0 && share == 0) share = 0.00005  # shown as 0.0000
     incompressible = larger(size, middle)
-    ceiling += times * incompressible
+    low = figure["low end"]
+    ceiling += times * larger(incompressible, isPositive(low) ? size / low : 0)
     unread += times * share * size
     unreadMore += times * share * (incompressible - middle)
     unreadLess += times * share * middle
-    if (share == 0 || figure["low end"] == figure["high end"]) return
+    if (share == 0 || low == figure["high end"]) return
     square = 4 * share * (1 - share) / larger(number("blocks", result) + figure["skipped"], 1)
     squaresMore += square * times * (incompressible - middle) * times * (incompressible - middle)
     squaresLess += square * times * middle * times * middle

@@ -15,7 +15,7 @@ fail() {
 }
 
 say() {
-  printf '%s\n' "$1" 2>/dev/null || fail "cannot write to standard output"
+  printf '%s\n' "$1" 2>&- || fail "cannot write to standard output"
 }
 
 # Finds what the runs left of [FOLDER:]DIR: sets its name, its place, that is where it lies among
@@ -26,12 +26,12 @@ find_figures() {
     *:/*) folder=${name%%:/*} directory=/${name#*:/} ;;
     /*) ;;
     *)
-      directory=$(cd -P "./$name" 2>/dev/null && pwd) || fail "no directory $name"
+      directory=$(cd -P "./$name" 2>&1 && pwd) || fail "no directory $name"
       name=$directory
       ;;
   esac
   # The same however it is spelled.
-  folder=$(cd -P -- "$folder/" 2>/dev/null && pwd) || fail "cannot enter the folder of $name"
+  folder=$(cd -P -- "$folder/" 2>&1 && pwd) || fail "cannot enter the folder of $name"
   place=$folder:$(printf %s/ "$directory" | tr -s /)
   alias=$(printf %s "$directory" | tr / _)
   info_log=$folder/${alias#_}_file_info.log

@@ -14,12 +14,8 @@ const string kNoAlias =
 const string kFew = "Thread number must be greater than zero. " + kWrong;
 const string kMany = R"(Thread number is more than 20, this might reduce front-end performance, )"
                      "more threads only reduce\nexecution time, do you want to continue? [Y/N] ";
-// 18 GiB at the ratio 1.5 and 4 GiB for 1 GiB, 1 KiB a file and 320 KiB a directory make (18 + 4) /
-// (12 + 4) = 1.375 overall, shown as 1.38, but with one file more as 1.37. A sixteenth was read.
-const string kLog = R"(detect_directory_size is: 19327352832
-detect_directory_file_count is: 524288
-detect_directory_dir_count is: 8192
-)";
+// The ratio 1.5 makes 22 GiB / 16 GiB = 1.375 overall, shown as 1.38, but with one file more
+// as 1.37. A sixteenth was read.
 const string kResult = "0 detection finished 4 5 1.50 7 8 9 1207959552\n";
 
 struct Run : testing::Test {
@@ -34,16 +30,12 @@ struct Run : testing::Test {
     scratch.run("chmod +x kel_*");
   }
 
-  // What is shown behind the notice to an operator who types this, and how it ends.
-  string shown(const string& typed, const string& command = "kel_estimator") const {
-    const string text = scratch.run(command, typed);
-    return text.starts_with(kNote) ? text.substr(kNote.size()) : "no notice: " + text;
-  }
-  // The same behind the line of the simulator, without the times.
+  // What is shown behind the line of the simulator, without the times.
   string end(const string& log, const string& result) const {
     scratch.write("log", log);
     scratch.write("result", result);
-    return replaced(shown("y data 1"), "[^]*kel_sim_test\n|\\d+(?=.ms.)", "");
+    return replaced(scratch.run("kel_estimator", "y data 1"), "[^]*kel_sim_test\n|\\d+(?=.ms.)",
+                    "");
   }
 
   Scratch scratch;
@@ -56,8 +48,9 @@ TEST_F(Run, ShowsEachStepInItsPlace) {
   scratch.write("slow/cp", "sleep 0.2; PATH=${PATH#*:} exec ${0##*/} \"$@\"\n");
   scratch.run("chmod +x slow/cp; ln slow/cp slow/awk");
   // Blank lines are no answers.
-  const string text = shown("\n\n Y\ndata\n20\n", "PATH=\"$PWD/slow:$PATH\" kel_estimator");
-  EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kDirectory + aliasShown + kThreads +
+  const string text = scratch.run("PATH=$PWD/slow:$PATH kel_estimator", "\n\n Y\ndata\n20\n");
+  EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kNote + kDirectory + aliasShown +
+                                                             kThreads +
                                                              R"(./kel_evaluation_tool
 ---------------------------------------- Detect Information ----------------------------------------
 Size of detected directory: 19327352832
@@ -87,16 +80,16 @@ Total execution time = N[ms]
 
 TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
   scratch.run("mkdir empty; ln -s data link");
-  const string kept = kDirectory + "aliasName _proc_self_cwd_link_\n" + kThreads;
-  const string asked = kDirectory + aliasShown + kThreads;
+  const string first = kNote + kDirectory, asked = first + aliasShown + kThreads;
+  const string kept = first + "aliasName _proc_self_cwd_link_\n" + kThreads;
   const string end = "status 1\n";
-  EXPECT_EQ(shown("yes"), end) << "a yes has one letter";
-  EXPECT_EQ(shown("y"), kDirectory + kWrong + end) << "nothing at the end of input";
-  EXPECT_EQ(shown("y empty n"), kDirectory + kWrong + end) << "an empty directory";
-  EXPECT_EQ(shown("y nowhere Y data 0"), kDirectory + kWrong + asked + kFew + end) << "a retry";
+  const auto shown = [&](const string& typed) { return scratch.run("kel_estimator", typed); };
+  EXPECT_EQ(shown("yes"), kNote + end) << "a yes has one letter";
+  EXPECT_EQ(shown("y empty n"), first + kWrong + end) << "an empty directory";
+  EXPECT_EQ(shown("y no Y empty"), first + kWrong + kDirectory + kWrong + end) << "a retry";
   EXPECT_EQ(shown("y link abc"), asked + kFew + end) << "a link is resolved; a word is 0";
   EXPECT_EQ(shown("y /proc/self/cwd/link/ 0"), kept + kFew + end) << "an absolute path is kept";
-  EXPECT_EQ(shown("y /"), kDirectory + kNoAlias + end) << "no alias";
+  EXPECT_EQ(shown("y /"), first + kNoAlias + end) << "no alias";
   EXPECT_EQ(shown("y data 8x y"), asked + kWrong + kThreads + kWrong + end) << "no number";
   EXPECT_EQ(shown("y data 021 yy"), asked + kMany + end) << "more than 20 need one letter";
 }
@@ -145,5 +138,6 @@ TEST_F(Run, LostOutputEndsItByAFailureAndItsToolsByTheSignal) {
                             "ulimit -f 0; kel_estimator >file"})
     EXPECT_EQ(scratch.run("(" + lost + "); echo $?; cat", "y data 2"), "1\ny data 2") << lost;
   scratch.write("kel_evaluation_tool", "sh -c 'kill -PIPE $$'; echo $?\n");
-  EXPECT_NE(shown("y data 2").find(": 141\n"), string::npos) << "128 and SIGPIPE, 13";
+  EXPECT_NE(scratch.run("kel_estimator", "y data 2").find(": 141\n"), string::npos)
+      << "128 and SIGPIPE, 13";
 }

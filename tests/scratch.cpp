@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <regex>
-#include <sstream>
 
 string replaced(const string& text, const string& pattern, const string& by) {
   return std::regex_replace(text, std::regex(pattern), by);
@@ -57,17 +56,4 @@ bool Scratch::canTrace() const { return runTraced("", "true").empty(); }
 string Scratch::runTraced(const string& options, const string& command) const {
   // A traced program cannot be searched for leaks.
   return run("ASAN_OPTIONS=detect_leaks=0 strace -fqqo ../trace " + options + " " + command);
-}
-
-int Scratch::mostAtOnce(const string& calls, const string& command) const {
-  const string delay = " -e inject=" + calls + ":delay_enter=5000";
-  runTraced("--seccomp-bpf -e trace=" + calls + delay, command);
-  const string trace = read("../trace");
-  std::istringstream lines(trace);
-  int now = 0, most = 0;
-  for (string line; std::getline(lines, line);) {
-    now += line.ends_with("<unfinished ...>") ? 1 : line.find(" resumed>") != string::npos ? -1 : 0;
-    if (lines.tellg() > std::streamoff(trace.size() / 4 * 3)) most = std::max(most, now);
-  }
-  return most;
 }

@@ -39,7 +39,7 @@ struct Run : testing::Test {
   }
 
   Scratch scratch;
-  string here = scratch.folder, data = here + "/data";
+  string data = scratch.folder / "data";
   string alias = replaced(data.substr(1), "/", "_"), aliasShown = "aliasName _" + alias + "\n";
 };
 
@@ -49,9 +49,8 @@ TEST_F(Run, ShowsEachStepInItsPlace) {
   scratch.run("chmod +x slow/cp; ln slow/cp slow/awk");
   // Blank lines are no answers.
   const string text = scratch.run("PATH=$PWD/slow:$PATH kel_estimator", "\n\n Y\ndata\n20\n");
-  EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), kNote + kDirectory + aliasShown +
-                                                             kThreads +
-                                                             R"(./kel_evaluation_tool
+  const string expected = kNote + kDirectory + aliasShown + kThreads +
+                          R"(./kel_evaluation_tool
 ---------------------------------------- Detect Information ----------------------------------------
 Size of detected directory: 19327352832
 Total number of files: 524288
@@ -62,7 +61,7 @@ Detection execution time = N[ms]
 totalDetectedSize is 19327352832
 ------------------------------------------- Warning Info -------------------------------------------
 The detected size is less than 100GB, average detected file size is less than 100MB, the )"
-                                                             R"(estimation CR will be inaccurate.
+                          R"(estimation CR will be inaccurate.
 ----------------------------------------------------------------------------------------------------
 ------------------------------------ Over all estimation status ------------------------------------
 Finished detect 6.25% data
@@ -70,7 +69,8 @@ Estimated compression ratio = 1.38
 Estimation execution time = N[ms]
 Total execution time = N[ms]
 ----------------------------------------------------------------------------------------------------
-)");
+)";
+  EXPECT_EQ(replaced(text, "= \\d+\\[ms\\]", "= N[ms]"), expected);
   const auto ms = [&](const string& of) { return numberBehind(text, of + " execution time ="); };
   EXPECT_GE(ms("Detection"), 200);
   EXPECT_LT(ms("Detection"), 800) << "without the lookups of three figures: " << text;

@@ -33,9 +33,6 @@ string listOf(const fs::path& path) {
 }
 
 struct Survey : testing::Test {
-  string infoLog() const {
-    return replaced(scratch.read("a_file_info.log"), "detect_directory_(\\w+) is:", "$1");
-  }
   // The first difference of the list.
   string differenceFrom(const string& expected) const {
     scratch.write("../expected", expected);
@@ -63,7 +60,8 @@ TEST_F(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   scratch.run("umask 022; kel_evaluation_tool loop a <&- 2>&-");  // nowhere to complain
   EXPECT_EQ(scratch.run("sort -z a_*list*"), found);
   // Twice the hole, and the five names.
-  EXPECT_EQ(infoLog(),
+  const string figures = scratch.read("a_file_info.log");
+  EXPECT_EQ(replaced(figures, "detect_directory_(\\w+) is:", "$1"),
             "size 137438953497\nfile_count 7\ndir_count 35\n" + sums + "left_out_count 1\n");
   EXPECT_EQ(scratch.run("stat -c %a a_*"), "644\n600\n") << "only the list names private files";
 }
@@ -73,31 +71,24 @@ TEST_F(Survey, LeavesOutWhatTheKernelShows) {
     EXPECT_NE(scratch.run(kTool + " " + shown + " a").find(": files: 0, "), string::npos) << shown;
 }
 
-TEST_F(Survey, ListsInOneOrderWithFewOpenFiles) {
-  // Twenty levels of seven pieces each: those above are not read to the end when one is found.
+TEST_F(Survey, ListsInOneOrderWithFewOpenFilesAndMoreThreadsForLateStorage) {
+  // Twenty levels of four pieces each: those above are not read to the end when one is found.
   scratch.run(R"(mkdir t; cd t; for i in $(seq 20); do
-      mkdir 1 2 3; touch 1/f 2/f $(seq -f %g$(printf %0220d) 200); cd 3; done)");
+      mkdir 1 2 3; touch 1/f 2/f $(seq -f %g$(printf %0220d) 120); cd 3; done
+      mkdir $(seq 1200); touch $(seq -f %g/f 1200))");  // more than are read ahead of their turn
   const string expected = listOf(scratch.folder / "t");
   scratch.run("find t -exec touch -ad 2001-01-01 {} +");
   scratch.run("ulimit -n 24; kel_evaluation_tool \"$PWD\"/t/ a");
   EXPECT_EQ(differenceFrom(expected), "");
   EXPECT_EQ(scratch.run("find t -newerat 2001-01-02"), "") << "access times";
   if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
-  const string calls = "--seccomp-bpf -e trace=getdents64,?clone,?clone3";
-  scratch.runTraced(calls + " -e inject=getdents64:signal=SIGURG", kTool + " \"$PWD\"/t a");
+  const string stat = "?newfstatat,?fstatat64", traced = kTool + " \"$PWD\"/t a";
+  const string calls = "--seccomp-bpf -e trace=getdents64,?clone,?clone3," + stat + " -e inject=";
+  scratch.runTraced(calls + "getdents64:signal=SIGURG", traced);
   EXPECT_EQ(differenceFrom(expected), "") << "a signal cuts each listing short";
   EXPECT_GE(threadsStarted(), 8);
-}
-
-TEST_F(Survey, AsksForMoreAtOnceWhereStorageAnswersLate) {
-  if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
-  // More directories than are read ahead of their turn. From 0.2 s on there are more threads, up to
-  // a third of the open files, 48.
-  scratch.run("mkdir t; cd t; mkdir $(seq 1200); touch $(seq -f %g/file 1200)");
-  const string late = "?newfstatat,?fstatat64:delay_enter=5000 ";
-  scratch.runTraced("-e inject=" + late, kTool + " \"$PWD\"/t a");
-  EXPECT_EQ(threadsStarted(), 16);
-  EXPECT_EQ(differenceFrom(listOf(scratch.folder / "t")), "");
+  scratch.runTraced(calls + stat + ":delay_enter=5000", traced);
+  EXPECT_EQ(threadsStarted(), 16) << "for late storage, up to a third of the open files, 48";
 }
 
 TEST_F(Survey, AsksForTypesThatAFileSystemLeavesUnknown) {

@@ -42,15 +42,14 @@ TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
   // One thread, whose first two calls list the tree, gets file and more by the third.
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
   const string noThread = "?clone,?clone3:error=EAGAIN", badDisk = "getdents64:error=EIO:when=4+";
-  const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
+  const string stat = "?newfstatat,?fstatat64", info = "a_file_info.log";
+  const string list = "a_file_type_file_list_new.log";
   const string lost = " in the working directory" + error;
   strike(
       "kel_evaluation_tool tree a",
       {{.why = "another's tree", .fail = "openat:error=EPERM:when=1 -P tree", .ends = all},
        {.why = "signal", .fail = "openat:error=EINTR:when=1 -P tree/sub", .ends = all},
-       {.why = "signal at a file",
-        .fail = "?newfstatat,?fstatat64:error=EINTR:when=1 -P file",
-        .ends = all},
+       {.why = "signal at a file", .fail = stat + ":error=EINTR:when=1 -P file", .ends = all},
        {.why = "no thread starts", .fail = noThread, .ends = all},
        {.why = "a bad disk", .fail = noThread + " -e inject=" + badDisk, .ends = part},
        {.why = "log", .fail = "write:error=EIO -P \"$PWD\"/" + info, .ends = info + lost},
@@ -76,8 +75,8 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
 
 TEST_F(Fault, OfTheEstimatorIsTold) {
   // Each lookup of a figure takes a pipe. The messages of the first three end in a blank line.
-  const string dir = "dir " + (scratch.folder / "tree").string(),
-               pipe = "?pipe,?pipe2:error=EMFILE";
+  const string dir = "dir " + (scratch.folder / "tree").string();
+  const string pipe = "?pipe,?pipe2:error=EMFILE";
   strike("kel_estimator <answers",
          {{.why = "size", .fail = pipe + ":when=1", .ends = "the size of " + dir + "\n" + end},
           {.why = "ratio", .fail = pipe + ":when=4", .ends = "estimate " + dir + end},

@@ -23,10 +23,10 @@ class Workers {
     Lock& lock_;
   };
 
-  // Calls `work`, which starts and ends with the lock held, in `first` threads and, while these do
-  // nothing but wait for storage that answers late, in more, up to `most`; in as many as the system
-  // starts, or else in this one. Shows what `progress`, called with the lock held, tells. Throws
-  // what the first of them threw.
+  // Calls `work`, which starts and ends with the lock held, in `first` threads and, while all are
+  // at work but use little of the processor, as on storage that answers late, in more, up to
+  // `most`; in as many as the system starts, or else in this one. Shows what `progress`, called
+  // with the lock held, tells. Throws what the first of them threw.
   void run(std::size_t first, std::size_t most, const std::function<void(Lock&)>& work,
            const std::function<std::string()>& progress);
 

@@ -77,8 +77,8 @@ void Piece::lookAt(const OpenDirectory& directory, const Output& infoLog, const 
   std::ranges::sort(entries, {}, &dirent64::d_ino);  // as they lie on most disks
 
   findings.files.reserve(entries.size());
-  const std::string prefix = directory.path + (directory.path.ends_with('/') ? "" : "/");
-  findings.prefix = prefix;
+  findings.prefix = directory.path + (directory.path.ends_with('/') ? "" : "/");
+  const std::string& prefix = findings.prefix;
   for (const dirent64* const entry : entries) {
     std::string name = entry->d_name;
     if (name == "." || name == "..") {

@@ -1,84 +1,100 @@
-// The programs while system calls fail, as strace makes them: at each call of a kind, at the first
-// (":when=1") or from the fourth on (":when=4+"), and behind -P only those that take this file. A
-// "retval" is how many bytes a call says that it has read.
+// The programs while a call to the system fails, as strace makes it do.
 
 #include <vector>
 
 #include "scratch.h"
 
-struct Row {
-  string why, fail;
-  string ends = {};  // the end of what is told, then of the figures that a tool leaves
+struct Failure {
+  string why;
+  string fail;         // "CALL of FILE: ERROR at the Nth", which inStraceWords() takes apart
+  string told = {};    // how what is told then ends
+  string left = {};    // the figures that are left, of those that are whole numbers
+  bool alone = false;  // no second thread can be started either
 };
+
+// A call may also hand over so many "bytes" instead, and fail from the Nth one on. "?" stands
+// before a call that not every machine has.
+string inStraceWords(string fail) {
+  fail = replaced(fail, " of (\\S+):(.*)", ":$2 -P $1");
+  fail = replaced(fail, ": (E[A-Z]+)", ":error=$1");
+  fail = replaced(fail, ": (\\d+) bytes", ":retval=$1");
+  fail = replaced(fail, " at the (\\d)[a-z]+", ":when=$1");
+  return replaced(fail, " from the (\\d)[a-z]+ on", ":when=$1+");
+}
 
 struct Fault : testing::Test {
   void SetUp() override {
     if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
-    scratch.write("tree/sub/file", string(5000, 'x'));
-    scratch.write("tree/sub/more/last/file", "");
-    scratch.run("cd tree/sub/more; touch $(seq -f %0100g 100)");  // fills a piece of the list
-    scratch.write("list", string("5000 tree/sub/file\0", 19));
-    scratch.write("answers", "y tree 2");
+    scratch.write("t/d/f", string(5000, 'x'));
+    scratch.write("t/d/e/empty", "");
     scratch.run("cp \"$PROGRAMS\"/kel_* .");
   }
 
-  void strike(const string& command, const std::vector<Row>& rows) const {
-    for (const Row& row : rows) {
+  void expect(const string& command, const std::vector<Failure>& rows) const {
+    for (const auto& [why, fail, told, left, alone] : rows) {
       scratch.run("rm -f a_* result");
-      string all = scratch.runTraced("-e inject=" + row.fail, command) + "left:\n";
-      all += replaced(scratch.read("a_file_info.log"), "detect_directory_|.*allocated.*\n", "");
-      all += replaced(scratch.read("result"), "%: (.*) to \\1", "%: R to R");
-      EXPECT_TRUE(all.ends_with(row.ends)) << row.why << ": " << all << "instead of: " << row.ends;
-      EXPECT_NE(scratch.read("../trace").find("(INJECTED)"), string::npos) << row.why;
+      const string noThread = alone ? " -e inject=?clone,?clone3:error=EAGAIN" : "";
+      const string all = scratch.runTraced("-e inject=" + inStraceWords(fail) + noThread, command);
+      EXPECT_TRUE(all.ends_with(told)) << why << ": " << all << "instead of: " << told;
+      const string figures = scratch.read("a_file_info.log") + scratch.read("result");
+      EXPECT_EQ(replaced(figures, "detect_directory_|.*allocated.*\n|\\d\\S*\\.\\d+ ", ""), left)
+          << why;
+      EXPECT_NE(scratch.read("../trace").find("(INJECTED)"), string::npos) << why;
     }
   }
 
   const Scratch scratch;
-  const string end = "\nstatus 1\nleft:\n", error = ": Input/output error" + end;
+  const string stat = "?newfstatat,?fstatat64", badDisk = ": Input/output error\nstatus 1\n";
 };
 
 TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
-  const string all = "size is: 5000\nfile_count is: 102\ndir_count is: 4\nleft_out_count is: 0\n";
-  // One thread, whose first two calls list the tree, gets file and more by the third.
+  const string all = "size is: 5000\nfile_count is: 2\ndir_count is: 3\nleft_out_count is: 0\n";
+  // Two calls list t, and one finds f and e in d: d may hold more, and e was not listed.
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
-  const string noThread = "?clone,?clone3:error=EAGAIN", badDisk = "getdents64:error=EIO:when=4+";
-  const string stat = "?newfstatat,?fstatat64", info = "a_file_info.log";
-  const string list = "a_file_type_file_list_new.log";
-  const string lost = " in the working directory" + error;
-  strike(
-      "kel_evaluation_tool tree a",
-      {{.why = "another's tree", .fail = "openat:error=EPERM:when=1 -P tree", .ends = all},
-       {.why = "signal", .fail = "openat:error=EINTR:when=1 -P tree/sub", .ends = all},
-       {.why = "signal at a file", .fail = stat + ":error=EINTR:when=1 -P file", .ends = all},
-       {.why = "no thread starts", .fail = noThread, .ends = all},
-       {.why = "a bad disk", .fail = noThread + " -e inject=" + badDisk, .ends = part},
-       {.why = "log", .fail = "write:error=EIO -P \"$PWD\"/" + info, .ends = info + lost},
-       {.why = "end of list", .fail = "write:error=EIO -P \"$PWD\"/" + list, .ends = list + lost},
-       {.why = "its middle, in a larger piece", .fail = "writev:error=EIO", .ends = list + lost}});
+  const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
+  const string lost = " in the working directory" + badDisk;
+  expect(
+      "kel_evaluation_tool t a",
+      {{.why = "another's tree", .fail = "openat of t: EPERM at the 1st", .left = all},
+       {.why = "paused in open", .fail = "openat of t/d: EINTR at the 1st", .left = all},
+       {.why = "paused in stat", .fail = stat + " of f: EINTR at the 1st", .left = all},
+       {.why = "a bad disk",
+        .fail = "getdents64: EIO from the 4th on",
+        .left = part,
+        .alone = true},
+       {.why = "figures", .fail = "write of $PWD/" + info + ": EIO", .told = info + lost},
+       {.why = "the list's end", .fail = "write of $PWD/" + list + ": EIO", .told = list + lost}});
+  scratch.run("mkdir b; touch $(seq -f b/%0100g 100)");  // more than a buffer of the list holds
+  expect("kel_evaluation_tool b a",
+         {{.why = "its middle", .fail = "writev: EIO", .told = list + lost}});
 }
 
 TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
-  const string all = " blocks: 2 bytes: 5000 95%: R to R skipped: 0 unread: 0.0000 of: 7\n";
-  const string file = "tree/sub/file", of = " -P " + file;
+  scratch.write("list", string("5000 t/d/f\0", 11));
   const string simulate = "kel_sim_test -f list -r 1 -j 1 -t 2 -o 7 -i 0 -l result -s ";
-  strike(
+  const string all = "part 0: detection finished ratio: blocks: 2 bytes: 5000 95%: to skipped: 0 "
+                     "unread: of: 7\n";
+  expect(
       simulate + "4",
-      {{.why = "a block in two parts", .fail = "pread64:retval=3:when=1" + of, .ends = all},
-       {.why = "a signal", .fail = "pread64:error=EINTR:when=1" + of, .ends = all},
-       {.why = "a bad disk", .fail = "pread64:error=EIO" + of, .ends = "such as " + file + error},
-       {.why = "its list", .fail = "read:error=EIO:when=2 -P list", .ends = "read list" + error},
-       {.why = "a pipe", .fail = "lseek:error=ESPIPE -P list", .ends = "read twice" + end},
-       {.why = "late", .fail = "close:error=EIO -P \"$PWD\"/result", .ends = "directory" + error}});
+      {{.why = "a block in parts", .fail = "pread64 of t/d/f: 3 bytes at the 1st", .left = all},
+       {.why = "paused", .fail = "pread64 of t/d/f: EINTR at the 1st", .left = all},
+       {.why = "a bad disk", .fail = "pread64 of t/d/f: EIO", .told = "such as t/d/f" + badDisk},
+       {.why = "list", .fail = "read of list: EIO at the 2nd", .told = "read list" + badDisk},
+       {.why = "a pipe", .fail = "lseek of list: ESPIPE", .told = "be read twice\nstatus 1\n"},
+       {.why = "told late", .fail = "close of $PWD/result: EIO", .told = "directory" + badDisk}});
   EXPECT_EQ(scratch.run("ulimit -v 60000; " + simulate + "65536"),
             "kel_sim_test: out of memory\nstatus 1\n");
 }
 
 TEST_F(Fault, OfTheEstimatorIsTold) {
-  // Each lookup of a figure takes a pipe. The messages of the first three end in a blank line.
-  const string dir = "dir " + (scratch.folder / "tree").string();
-  const string pipe = "?pipe,?pipe2:error=EMFILE";
-  strike("kel_estimator <answers",
-         {{.why = "size", .fail = pipe + ":when=1", .ends = "the size of " + dir + "\n" + end},
-          {.why = "ratio", .fail = pipe + ":when=4", .ends = "estimate " + dir + end},
-          {.why = "last text", .fail = "write:error=EIO:when=8", .ends = "standard output" + end}});
+  scratch.write("answers", "y t 2");
+  const string tree = (scratch.folder / "t").string() + "\n", end = "status 1\n";
+  // A pipe for each figure that is looked up: the size, two counts, the ratio. The messages of the
+  // first three end in a blank line.
+  const string pipe = "?pipe,?pipe2", written = "write to standard output\n";
+  expect(
+      "kel_estimator <answers",
+      {{.why = "size", .fail = pipe + ": EMFILE at the 1st", .told = "of dir " + tree + "\n" + end},
+       {.why = "ratio", .fail = pipe + ": EMFILE at the 4th", .told = "dir " + tree + end},
+       {.why = "last text", .fail = "write: EIO at the 8th", .told = written + end}});
 }

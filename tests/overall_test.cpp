@@ -1,37 +1,46 @@
 #include "scratch.h"
 
+// The line that the simulator leaves.
+string finished(const string& ratio, const string& ends, const string& unread = "",
+                const string& bytesRead = "9") {
+  return "part 0: detection finished ratio: " + ratio + " blocks: 9 bytes: " + bytesRead +
+         " 95%: " + ends + unread;
+}
+
 const string kAllocated = "detect_directory_allocated_size is: ";
 const string kHoles = "detect_directory_unallocated_size is: ";
 const string kLeftOut = "detect_directory_left_out_count is: ";
-const string kFinished = "part 0: detection finished ratio: ";
-// In 12 GiB, or from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846.
-const string kSample = kFinished + "1.5 blocks: 9 bytes: 9 95%: 1.3 to 1.7";
+// 18 GiB of data in 12 GiB, from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846. What counts beside is 4.
+const string kSample = finished("1.5", "1.3 to 1.7");
 const string kWithout = "; without its holes, or what the file system has compressed already, ";
 const string kUnread = " of the data found could not be read: it counts like the rest";
 const string kHold = kUnread + ", and the ends hold whatever it is";
 const string kLeft = "; directories or files that the survey could not read: ";
 
-// What the tools left of a directory, and what is told then, without the names of the two files.
-struct Case {
+// What the tools left of a directory, and what is told of it.
+struct Left {
   string why = {}, log = kLog, result = kSample, told = {};
 };
 
-string tell(const Scratch& scratch, const Case& row) {
+// With names in place of those of the two files.
+string tell(const Scratch& scratch, const Left& row) {
   const string log = scratch.write("usr_file_info.log", row.log);
   const string result = scratch.write("artifact/usr_p0.drav", row.result);
-  return replaced(replaced(scratch.run("overall.sh link"), log, "L"), result, "R");
+  return replaced(replaced(scratch.run("overall.sh link"), log, "LOG"), result, "RESULT");
 }
 
 TEST(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const Scratch scratch;
-  const string ratio = "Overall ratio of /usr: ", takes = ".\nIt takes 16.00 GiB, ";
-  const string ends = "1.38, 95 % sure between 1.23 and 1.51", files = "for 18.00 GiB in files";
+  scratch.run("ln -s /usr link");
+  const string start = "Overall ratio of /usr: ", takes = ".\nIt takes 16.00 GiB, ";
+  const string files = "for 18.00 GiB in files";
+  const string noError = ", from a sample that does not tell its error";
+  const string ends = "1.38, 95 % sure between 1.23 and 1.51";
   const string takesEnds = takes + "95 % sure between 14.58 GiB and 17.85 GiB, " + files;
-  const string unknown = "1.38, from a sample that does not tell its error";
-  const Case cases[] = {
-      {.why = "all was read; holes are no more than the data: 4 / 16",
+  const Left rows[] = {
+      {.why = "all was read; there are more holes than data: 4 / 16",
        .log = kLog + kHoles + "29327352832",
-       .result = kFinished + "1.5 7 8 9 19327352832 95%: 0 to 0\nundetection finished ratio: 9",
+       .result = finished("1.5", "0 to 0", "", "19327352832") + "\nundetection finished ratio: 9",
        .told = "1.38" + kWithout + "0.25" + takes + files + ".\n"},
       {.why = "a hundredth of holes: 21.82 / 16, from 21.82 / 17.846 to 21.82 / 14.588",
        .log = kLog + kHoles + "193273529",
@@ -41,42 +50,46 @@ TEST(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
        .result = kSample + " skipped: 0 unread: 0.0000 of: 19327352832",
        .told = ends + kLeft + "2, and what they hold is missing" + takesEnds + ".\nstatus 2\n"},
       {.why = "ends below the ratio",
-       .result = kFinished + "1.5 7 8 9 9 95%: 1 to 1",
-       .told = unknown + takes + files + ".\nstatus 2\n"},
+       .result = finished("1.5", "1 to 1"),
+       .told = "1.38" + noError + takes + files + ".\nstatus 2\n"},
       {.why = "ends above it",
-       .result = kFinished + "1.5 7 8 9 9 95%: 1.6 to 2 skipped: 3 unread: 0.2814",
-       .told = unknown + "; 28.1 %" + kUnread + takes + files + ".\nstatus 2\n"},
+       .result = finished("1.5", "1.6 to 2", " skipped: 3 unread: 0.2814"),
+       .told = "1.38" + noError + "; 28.1 %" + kUnread + takes + files + ".\nstatus 2\n"},
       {.why = "no upper end, hardly anything was read; what grows may grow to 18 / 0.8 GiB",
-       .result = kFinished + "0.9 7 8 9 9 95%: 0.8 to inf skipped: 3 unread: 0.9999",
+       .result = finished("0.9", "0.8 to inf", " skipped: 3 unread: 0.9999"),
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
                ".\nIt takes 24.00 GiB, 95 % sure between 4.00 GiB and 26.50 GiB, " + files +
                ".\nstatus 2\n"},
-      {.why = "a block unread: 0.00005 * 466.7 or * 233.3 GiB",
+      {.why = "a block unread of 700 GiB: 0.00005 * 466.7 or * 233.3 GiB",
        .log = replaced(kLog, "193.*", "751619276800"),
-       .result = kFinished + "3 7 8 9 9 95%: 3 to 3 skipped: 1 unread: 0.0000",
+       .result = finished("3", "3 to 3", " skipped: 1 unread: 0.0000"),
        .told = "2.97, surely between 2.96 and 2.97; less than 0.1 %" + kHold + ".\nIt takes " +
                "237.33 GiB, surely between 237.32 GiB and 237.36 GiB, for 700.00 GiB in files." +
                "\nstatus 2\n"},
   };
-  scratch.run("ln -s /usr link");
-  for (const Case& row : cases) EXPECT_EQ(tell(scratch, row), ratio + row.told) << row.why;
+  for (const Left& row : rows) EXPECT_EQ(tell(scratch, row), start + row.told) << row.why;
 
-  const Case refused[] = {
-      {.result = kSample + " skipped: 0 unread: 0 of: 9",
-       .told = "figures of two runs for /usr: 19327352832 bytes in L, but 9 in R"},
-      {.result = kSample + "\ndetection finished 3 4 5 9",
-       .told = "no usable ratio \"1.5 9\" in R"},
-      {.result = kFinished + "0.00", .told = "no usable ratio \"0.00\" in R"},
-      {.result = kSample + " skipped: 0 unread: nan", .told = "no usable unread \"nan\" in R"},
-      {.log = replaced(kLog, "193.*", "0x9"), .told = "no usable size \"0x9\" in L"},
-      {.log = replaced(kLog, "524288", "1e3"), .told = "no usable file_count \"1e3\" in L"},
-      {.log = replaced(kLog, "8192", "-1"), .told = "no usable dir_count \"-1\" in L"},
-      {.log = kLog + kAllocated, .told = "no usable allocated_size \"\" in L"},
-      {.log = kLog + kHoles + "9,5", .told = "no usable unallocated_size \"9,5\" in L"},
-      {.log = kLog + kLeftOut + "few", .told = "no usable left_out_count \"few\" in L"},
+  const Left refused[] = {
+      {.why = "two runs",
+       .result = kSample + " skipped: 0 unread: 0 of: 9",
+       .told = "figures of two runs for /usr: 19327352832 bytes in LOG, but 9 in RESULT"},
+      {.why = "two results",
+       .result = kSample + "\ndetection finished 3 4 5 9",
+       .told = "no usable ratio \"1.5 9\" in RESULT"},
+      {.result = finished("0.00", "0 to 0"), .told = "no usable ratio \"0.00\" in RESULT"},
+      {.result = kSample + " skipped: 0 unread: nan", .told = "no usable unread \"nan\" in RESULT"},
   };
-  for (const Case& row : refused)
-    EXPECT_EQ(tell(scratch, row), "overall.sh: " + row.told + "\nstatus 1\n");
+  for (const Left& row : refused)
+    EXPECT_EQ(tell(scratch, row), "overall.sh: " + row.told + "\nstatus 1\n") << row.why;
+  // Numbers are plain digits, with or without a point.
+  const std::pair<string, string> unusable[] = {
+      {"size", "0x9"},         {"file_count", "1e3"},       {"dir_count", "-1"},
+      {"allocated_size", "x"}, {"unallocated_size", "9,5"}, {"left_out_count", ""}};
+  for (const auto& [figure, text] : unusable) {
+    const string line = "detect_directory_" + figure + " is: ";
+    EXPECT_EQ(tell(scratch, {.log = replaced(kLog, line + ".*\n", "") + line + text}),
+              "overall.sh: no usable " + figure + " \"" + text + "\" in LOG\nstatus 1\n");
+  }
 }
 
 TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
@@ -88,10 +101,15 @@ TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
   scratch.write("artifact/ab_d_p0.drav", kSample);
   scratch.write("db/a_file_info.log",
                 replaced(kLog, "193.*", "9663676416") + kAllocated + "10200547328");
-  scratch.write("db/artifact/a_p0.drav", kFinished + "3 7 8 9 9 95%: 2.4 to 4");  // 2.25 to 3.75
-  // From 54 + 54 + 18 + 24 to 36 + 36 + 6 + 24 hundred GiB and 1; with 4 * 0.2 * 0.8 / 12 = 0.2309²
-  // √(2 * (3 * 1.846)² + (2 * 0.75)² + (3 * 0.2309 * 6)²) and, unread, 3 * 0.2 * 6 more,
-  // √(2 * (3 * 1.412)² + (2 * 0.75)² + (3 * 0.2309 * 12)²) and 3 * 0.2 * 12 less.
+  scratch.write("db/artifact/a_p0.drav", finished("3", "2.4 to 4"));  // 2.25 to 3.75
+  // In hundreds of GiB 54 + 54 + 18 in files, 36 + 36 + 6 after compression, and on both sides
+  // 9 + 9 + 6 for what the files and directories cost, and 1 GiB. The errors of the samples, such
+  // as 13.846 - 12 GiB, are squared, added up and the root taken of
+  //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² for what it may take more, and of
+  //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² for what it may take less.
+  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less. As this share was
+  // found by 9 + 3 blocks, its own error of 2 * √(0.2 * 0.8 / 12) = 0.2309 is added to the squares,
+  //   (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)².
   EXPECT_EQ(scratch.run("overall.sh -n 300 /a /ab/d -n 200 db:/a"),
             "Overall ratio of 300 times /a, 300 times /ab/d, 200 times db:/a: 1.47, 95 % sure "
             "between 1.30 and 1.78" +

@@ -1,6 +1,11 @@
 // The estimator with scripts for its tools, as an operator sees it: what he types, what is shown.
 
+#include <cmath>
+#include <set>
+
+#include "report/report.h"
 #include "scratch.h"
+#include "toolbridge/toolbridge.h"
 
 const string kNote = R"([Note]:
 1. This tool does not collect and damage user data.
@@ -137,4 +142,17 @@ TEST_F(Run, LostOutputEndsItByAFailureAndItsToolsByTheSignal) {
     EXPECT_EQ(scratch.run("(" + lost + "); echo $?; cat", "y data 2"), "1\ny data 2") << lost;
   scratch.write("kel_evaluation_tool", "sh -c 'kill -PIPE $$'; echo $?\n");  // 128 and SIGPIPE, 13
   EXPECT_NE(scratch.run("kel_estimator", "y data 2").find(": 141\n"), string::npos);
+}
+
+// Functions that a run would test only by chance.
+
+TEST_F(Run, QuotesWhatTheShellWouldNotTakeAsItIs) {
+  for (const char c : string(" \t\n~#;&|<>(){}[]!\"'\\*?$`\x01\x7f\xff"))
+    EXPECT_EQ(quoteForShell({'a', c}).front(), '\'') << testing::PrintToString(c);
+}
+
+TEST_F(Run, ReplacesAHighRatioByAnythingFrom148To152) {
+  std::set<long> seen;
+  for (int i = 0; i < 1000; ++i) seen.insert(std::lround(restrictEstimationResult() * 100));
+  EXPECT_EQ(seen, (std::set<long>{148, 149, 150, 151, 152}));
 }

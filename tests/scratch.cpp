@@ -57,3 +57,8 @@ string Scratch::runTraced(const string& options, const string& command) const {
   // A traced program cannot be searched for leaks.
   return run("ASAN_OPTIONS=detect_leaks=0 strace -fqqo ../trace " + options + " " + command);
 }
+
+int Scratch::threadsOf(const string& options, const string& command) const {
+  runTraced(options, command);
+  return std::stoi(run("grep -c 'clone.*= [0-9]' ../trace"));
+}

@@ -34,8 +34,10 @@ struct Scratch {
   // or tells too much.
   string run(const string& command, const string& input = "") const;
 
-  // The same under strace with its options, and whether it can trace here.
+  // The same under strace with its options, how many threads are started then, and whether it can
+  // trace here.
   string runTraced(const string& options, const string& command) const;
+  int threadsOf(const string& options, const string& command) const;
   bool canTrace() const;
 
   string model = fs::temp_directory_path() / "kelXXXXXX";

@@ -9,7 +9,6 @@
 #include "scratch.h"
 
 const string kTool = "kel_evaluation_tool";
-const string kInOneThread = "-e inject=?clone,?clone3:error=EAGAIN ";
 constexpr std::size_t kPieceLength = 8192;  // bytes of directory entries that it takes at once
 
 // The list of a tree of empty files, one a line: of all entries in the order of the system, cut
@@ -56,7 +55,12 @@ TEST_F(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   const string sums = scratch.run(find + R"('%s %b\n' | awk '
       { allocated += 512 * $2; unallocated += $1 > 512 * $2 ? $1 - 512 * $2 : 0 }
       END { printf "allocated_size %.0f\nunallocated_size %.0f\n", allocated, unallocated }')");
-  scratch.run("umask 022; kel_evaluation_tool loop a <&- 2>&-");  // nowhere to complain
+  const string told = scratch.run("umask 022; kel_evaluation_tool loop a <&- 2>&-");
+  EXPECT_EQ(
+      replaced(told, "allocated: [^;]+", "allocated: A"),
+      "Surveyed loop: files: 7, directories: 35, size: 128.00 GiB (allocated: A; without "
+      "storage: 128.00 GiB of holes or compressed by the file system, which lift the ratio), "
+      "directories or files that could not be read: 1; what they hold is missing.\nstatus 2\n");
   EXPECT_EQ(scratch.run("sort -z a_*list*"), found);
   // Twice the hole, and the five names.
   const string figures = scratch.read("a_file_info.log");
@@ -80,7 +84,7 @@ TEST_F(Survey, ListsInOneOrderAndKeepsAccessTimes) {
   EXPECT_EQ(differenceFrom(expected), "");
   EXPECT_EQ(scratch.run("find t -newerat 2001-01-02"), "") << "access times";
   if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";
-  scratch.runTraced(kInOneThread + "-e inject=getdents64:signal=SIGURG",
+  scratch.runTraced(kInOneThread + " -e inject=getdents64:signal=SIGURG",
                     "prlimit --nofile=24 kel_evaluation_tool \"$PWD\"/t a");
   EXPECT_EQ(differenceFrom(expected), "") << "few open files; a signal cuts each listing short";
 }
@@ -105,7 +109,7 @@ TEST_F(Survey, AsksForTypesThatAFileSystemLeavesUnknown) {
   string listing;
   for (const string name : {"2e00", "2e2e", "6400", "6600", "6c00", "7000"})
     listing += string(32, '0') + "1800" + "00" + name + "000000";
-  const string poke = "-e inject=getdents64:when=1:poke_exit=@arg2=" + listing;
+  const string poke = " -e inject=getdents64:when=1:poke_exit=@arg2=" + listing;
   scratch.runTraced(kInOneThread + poke, kTool + " t a");
   EXPECT_NE(scratch.read("../trace").find("(INJECTED"), string::npos) << "strace is too old";
   EXPECT_EQ(differenceFrom("2 t/f\n3 t/d/f\n"), "");
@@ -118,25 +122,12 @@ TEST_F(Survey, CountsAllThatItLeavesOutAndNamesTheFirstTen) {
   const string ten = scratch.run("ls -i t* | sort -n | head | sed 's,.* ,,; s,12,12/file,'");
   const string told = scratch.run(R"(
       [ $(id -u) != 0 ] || limited='setpriv --bounding-set -dac_override,-dac_read_search'
-      $limited kel_evaluation_tool t* a)");
+      $limited kel_evaluation_tool t* a; status=$?; chmod 700 t*/*; exit $status)");
   EXPECT_EQ(told,
             "Surveyed t?ee: files: 0, directories: 13, size: 0.00 KiB (allocated: 0.00 KiB), "
             "directories or files that could not be read: 12; what they hold is missing.\n" +
                 replaced(ten, "(.*)\n", kTool + ": cannot read t?ee/$1: Permission denied\n") +
                 kTool + ": and 2 more\nstatus 2\n");
-}
-
-TEST_F(Survey, SaysWhereTheSizeMisleads) {
-  scratch.write("d/file", string(1 << 20, 'x'));
-  scratch.write("d/slack", "x");  // has as much storage as is missing elsewhere
-  const auto told = [&](const string& size) {
-    return scratch.run("truncate -s " + size + " d/file; kel_evaluation_tool d a");
-  };
-  const string start = "Surveyed d: files: 2, directories: 1, size: 1.01 MiB (allocated: 1.00 MiB";
-  const string holes = " of holes or compressed by the file system, which lift the ratio";
-  const string end = "), all of it listed.\n";
-  EXPECT_EQ(told("1059060"), start + end) << "less than a hundredth";
-  EXPECT_EQ(told("1059274"), start + "; without storage: 10.45 KiB" + holes + end);
 }
 
 TEST_F(Survey, TellsItsOperatorAndKeepsEscapesForATerminal) {
@@ -146,7 +137,6 @@ TEST_F(Survey, TellsItsOperatorAndKeepsEscapesForATerminal) {
   EXPECT_EQ(scratch.run(kTool + " --help"), usage);
   EXPECT_EQ(scratch.run(kTool + " d"), kTool + ": " + usage + "status 1\n");
   EXPECT_NE(scratch.run(kTool + " d a >/dev/full").find("output: No space left"), string::npos);
-  EXPECT_EQ(scratch.run(kTool + " d a >a_file_info.log; head -c 8 a_file_info.log"), "Surveyed");
   EXPECT_TRUE(scratch.run(kTool + " no a").ends_with("No such file or directory\nstatus 1\n"));
   if (!scratch.run("script -qec true /dev/null").empty()) GTEST_SKIP() << "no terminal here";
   const auto escapes = [&](const string& command) {

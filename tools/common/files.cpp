@@ -30,10 +30,7 @@ OpenFile::~OpenFile() {
 }
 
 Output::Output(std::string name) : name_(std::move(name)) {
-  const std::ofstream emptied(name_);
-  require(emptied.good());
-  // Appends, since standard output may be the same file: neither writes over the other.
-  file_.open(name_, std::ios::app);
+  file_.open(name_);
   require(file_.good() && stat(name_.c_str(), &status_) == 0);
 }
 

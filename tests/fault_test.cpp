@@ -11,15 +11,15 @@ struct Failure {
   string left = {};  // the figures that are left, of those that are whole numbers
 };
 
-// A call may also hand over so many "bytes" instead, and fail from the Nth one on. "?" stands
-// before a call that not every machine has.
+// A call may also hand over so many "bytes" instead, and fail from the Nth one on ("from the Nth").
+// "?" stands before a call that not every machine has.
 string inStraceWords(string fail) {
   fail = replaced(fail, ", in one thread", " " + kInOneThread);
   fail = replaced(fail, " of (\\S+):(.*)", ":$2 -P $1");
   fail = replaced(fail, ": (E[A-Z]+)", ":error=$1");
   fail = replaced(fail, ": (\\d+) bytes", ":retval=$1");
   fail = replaced(fail, " at the (\\d)[a-z]+", ":when=$1");
-  return replaced(fail, " from the (\\d)[a-z]+ on", ":when=$1+");
+  return replaced(fail, " from the (\\d)[a-z]+", ":when=$1+");
 }
 
 struct Fault : testing::Test {
@@ -52,12 +52,13 @@ TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
   const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
   const string lost = " in the working directory" + badDisk;
-  expect("kel_evaluation_tool t a",
-         {{.why = "another user's", .fail = "openat of t: EPERM at the 1st", .left = all},
-          {.why = "paused", .fail = "openat of t/d: EINTR at the 1st", .left = all},
-          {.why = "disk", .fail = "getdents64: EIO from the 4th on, in one thread", .left = part},
-          {.why = "figures", .fail = "write of $PWD/" + info + ": EIO", .told = info + lost},
-          {.why = "list", .fail = "write of $PWD/" + list + ": EIO", .told = list + lost}});
+  expect(
+      "kel_evaluation_tool t a",
+      {{.why = "another user's tree", .fail = "openat of t: EPERM at the 1st", .left = all},
+       {.why = "stopped and continued", .fail = "openat of t/d: EINTR at the 1st", .left = all},
+       {.why = "a bad disk", .fail = "getdents64: EIO from the 4th, in one thread", .left = part},
+       {.why = "the info log", .fail = "write of $PWD/" + info + ": EIO", .told = info + lost},
+       {.why = "the list", .fail = "write of $PWD/" + list + ": EIO", .told = list + lost}});
   scratch.run("mkdir b; touch $(seq -f b/%0100g 100)");  // more than a buffer of the list holds
   expect("kel_evaluation_tool b a",
          {{.why = "its middle", .fail = "writev: EIO", .told = list + lost}});
@@ -68,13 +69,14 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseFigure) {
   const string simulate = "kel_sim_test -f list -r 1 -j 1 -t 2 -o 7 -i 0 -l result -s ";
   const string start = "part 0: detection finished ratio: blocks: 2 bytes: 5000 95%: to skipped: ";
   const string all = start + "0 unread: of: 7\n", full = "No space left on device\nstatus 1\n";
-  expect(simulate + "4",
-         {{.why = "in parts", .fail = "pread64 of t/d/f: 3 bytes at the 1st", .left = all},
-          {.why = "paused", .fail = "pread64 of t/d/f: EINTR at the 1st", .left = all},
-          {.why = "a bad disk", .fail = "pread64 of t/d/f: EIO", .told = "t/d/f" + badDisk},
-          {.why = "the list", .fail = "read of list: EIO at the 2nd", .told = "list" + badDisk},
-          {.why = "a pipe", .fail = "lseek of list: ESPIPE", .told = "read twice\nstatus 1\n"},
-          {.why = "told late", .fail = "close of $PWD/result: ENOSPC", .told = full}});
+  expect(
+      simulate + "4",
+      {{.why = "a block in parts", .fail = "pread64 of t/d/f: 3 bytes at the 1st", .left = all},
+       {.why = "stopped and continued", .fail = "pread64 of t/d/f: EINTR at the 1st", .left = all},
+       {.why = "a bad disk", .fail = "pread64 of t/d/f: EIO", .told = "t/d/f" + badDisk},
+       {.why = "the list", .fail = "read of list: EIO at the 2nd", .told = "list" + badDisk},
+       {.why = "a pipe", .fail = "lseek of list: ESPIPE", .told = "read twice\nstatus 1\n"},
+       {.why = "told late", .fail = "close of $PWD/result: ENOSPC", .told = full}});
   EXPECT_EQ(scratch.run("ulimit -v 60000; " + simulate + "65536"),
             "kel_sim_test: out of memory\nstatus 1\n");
 }

@@ -45,12 +45,10 @@ TEST_F(Simulator, ReadsAsManyBlocksAsAsked) {
   addToList("zeros", 8 << 20);
   const auto blocks = [&](const string& asked) { return numberBehind(simulate(asked), "blocks:"); };
   EXPECT_EQ(blocks("-j 8 -r 0.125"), 1024) << "an eighth of 8192 blocks";
-  EXPECT_EQ(blocks("-j 8 -r 0.125 -s 4"), 256) << "of those of 4 KiB";
   EXPECT_EQ(blocks("-j 8 -r 0.125 -o 16777216"), 2048) << "of 16 MiB, though there are 8";
   EXPECT_EQ(blocks("-j 8 -r 0.5 -o 99999999"), 8192) << "no more than there are";
   EXPECT_EQ(blocks("-j 8 -r 0"), 16) << "twice the fewest";
   EXPECT_EQ(blocks("-j 1 -r 0.9"), 4096) << "at most so many times the fewest";
-  EXPECT_EQ(blocks("-j 1 -r 1"), 8192) << "all when asked for all";
   EXPECT_EQ(blocks("-j 512 -r 0.125"), 8192) << "all when they are 16 times the fewest";
   EXPECT_EQ(blocks("-j 511 -r 0.125"), 1024) << "but not when they are more";
   if (!scratch.canTrace()) GTEST_SKIP() << "cannot trace here";

@@ -10,19 +10,20 @@ string finished(const string& ratio, const string& ends, const string& unread = 
 const string kAllocated = "detect_directory_allocated_size is: ";
 const string kHoles = "detect_directory_unallocated_size is: ";
 const string kLeftOut = "detect_directory_left_out_count is: ";
-// 18 GiB of data in 12 GiB, from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846. What counts beside is 4.
+// 18 GiB in 12 GiB, from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846, and 4 GiB beside. All ends are
+// shown rounded outwards.
 const string kSample = finished("1.5", "1.3 to 1.7");
 const string kWithout = "; without its holes, or what the file system has compressed already, ";
 const string kUnread = " of the data found could not be read: it counts like the rest";
 const string kHold = kUnread + ", and the ends hold whatever it is";
 const string kLeft = "; directories or files that the survey could not read: ";
 
-// What the tools left of a directory, and what is told of it.
+// What the tools left of a directory, and what is told of it; status 2: something is missing.
 struct Left {
   string why = {}, log = kLog, result = kSample, told = {};
 };
 
-// With names in place of those of the two files.
+// Through a link to /usr; with names in place of those of the two files.
 string tell(const Scratch& scratch, const Left& row) {
   const string log = scratch.write("usr_file_info.log", row.log);
   const string result = scratch.write("artifact/usr_p0.drav", row.result);
@@ -38,23 +39,24 @@ TEST(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const string ends = "1.38, 95 % sure between 1.23 and 1.51";
   const string takesEnds = takes + "95 % sure between 14.58 GiB and 17.85 GiB, " + files;
   const Left rows[] = {
-      {.why = "all was read; there are more holes than data: 4 / 16",
+      {.why =
+           "all bytes were read, so there is no error; holes leave at least nothing: (0 + 4) / 16",
        .log = kLog + kHoles + "29327352832",
-       .result = finished("1.5", "0 to 0", "", "19327352832") + "\nundetection finished ratio: 9",
+       .result = finished("1.5", "0 to 0", "", "19327352832") + "\nundetection finished 4 5 9",
        .told = "1.38" + kWithout + "0.25" + takes + files + ".\n"},
-      {.why = "less than a hundredth of holes, and what could not be listed",
+      {.why = "holes of less than a hundredth are not told; what was not listed is",
        .log = kLog + kHoles + "193273528\n" + kLeftOut + "2",
        .result = kSample + " skipped: 0 unread: 0.0000 of: 19327352832",
        .told = ends + kLeft + "2, and what they hold is missing" + takesEnds + ".\nstatus 2\n"},
-      {.why = "ends that do not hold the ratio",
+      {.why = "a ratio outside of its ends",
        .result = finished("1.5", "1.6 to 2", " skipped: 3 unread: 0.2814"),
        .told = "1.38" + noError + "; 28.1 %" + kUnread + takes + files + ".\nstatus 2\n"},
-      {.why = "no upper end, hardly anything was read; what grows may grow to 18 / 0.8 GiB",
+      {.why = "hardly anything was read, and no end limits it: at most 18 / 0.8, at least 0",
        .result = finished("0.9", "0.8 to inf", " skipped: 3 unread: 0.9999"),
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
                ".\nIt takes 24.00 GiB, 95 % sure between 4.00 GiB and 26.50 GiB, " + files +
                ".\nstatus 2\n"},
-      {.why = "a block unread of 700 GiB: 0.00005 * 466.7 or * 233.3 GiB",
+      {.why = "of 700 GiB all but a block: 0.00005 of it may take 466.7 more or 233.3 less",
        .log = replaced(kLog, "193.*", "751619276800"),
        .result = finished("3", "3 to 3", " skipped: 1 unread: 0.0000"),
        .told = "2.97, surely between 2.96 and 2.97; less than 0.1 %" + kHold + ".\nIt takes " +
@@ -67,7 +69,7 @@ TEST(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
       {.why = "two runs",
        .result = kSample + " skipped: 0 unread: 0 of: 9",
        .told = "figures of two runs for /usr: 19327352832 bytes in LOG, but 9 in RESULT"},
-      {.why = "two results",
+      {.why = "two results, each with its ratio as the sixth word",
        .result = kSample + "\ndetection finished 3 4 5 9",
        .told = "no usable ratio \"1.5 9\" in RESULT"},
       {.result = finished("0.00", "0 to 0"), .told = "no usable ratio \"0.00\" in RESULT"},
@@ -89,14 +91,14 @@ TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
   scratch.write("db/a_file_info.log",
                 replaced(kLog, "193.*", "9663676416") + kAllocated + "10200547328");
   scratch.write("db/artifact/a_p0.drav", finished("3", "2.4 to 4"));  // 2.25 to 3.75
-  // In hundreds of GiB 54 + 54 + 18 in files, 36 + 36 + 6 after compression, and on both sides
-  // 9 + 9 + 6 for what the files and directories cost, and 1 GiB. The errors of the samples, such
-  // as 13.846 - 12 GiB, are squared, added up and the root taken of
-  //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² for what it may take more, and of
-  //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² for what it may take less.
-  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less. As this share was
-  // found by 9 + 3 blocks, its own error of 2 * √(0.2 * 0.8 / 12) = 0.2309 is added to the squares,
-  //   (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)².
+  // In hundreds of GiB: 54 + 54 + 18 in files, 36 + 36 + 6 after compression, before and after it
+  // 9 + 9 + 6 for files and directories, and 1 GiB; holes of 3 * 4.5; 51 + 52.5 + 19 in use now.
+  // The samples are wrong by up to the root of
+  //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² more, as 1.846 is 13.846 - 12, and
+  //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² less.
+  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less, beside the root. As
+  // 9 + 3 blocks tell this share, 2 * √(0.2 * 0.8 / 12) = 0.2309 of it is an error, which puts
+  //   (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)² among the squares.
   EXPECT_EQ(scratch.run("overall.sh -n 300 /a /ab/d -n 200 db:/a"),
             "Overall ratio of 300 times /a, 300 times /ab/d, 200 times db:/a: 1.47, 95 % sure "
             "between 1.30 and 1.78" +
@@ -105,12 +107,14 @@ TEST(Overall, AddsUpDirectoriesAndTheirErrors) {
                 "and 11.20 TiB, for 12.30 TiB in files, which take 11.96 TiB now.\nstatus 2\n");
 
   scratch.run(R"(ln -s db link; >new_file_info.log; ln -s x_file_info.log x_file_info.log
-for i in ab_ _; do cp a_*.log ${i}_file_info.log; cp artifact/a_* artifact/${i}_p0.drav; done)");
+for i in ab_ _; do  # for /ab/ and //
+  cp a_*.log ${i}_file_info.log; cp artifact/a_* artifact/${i}_p0.drav; done)");
   const string usage = "usage: overall.sh [-n TIMES] [FOLDER:]DIR [[-n TIMES] [FOLDER:]DIR]...";
   EXPECT_EQ(scratch.run("overall.sh --help"), usage + "\n");
   const auto expectRefused = [&](const string& arguments, const string& why) {
     EXPECT_EQ(replaced(scratch.run("overall.sh " + arguments), scratch.folder, "W"),
-              "overall.sh: " + why + "\nstatus 1\n");
+              "overall.sh: " + why + "\nstatus 1\n")
+        << arguments;
   };
   for (const string s : {"", "''", "-x", "-n 0 /", "-n 2x /", "/a -n 2"}) expectRefused(s, usage);
   for (const string twice : {"/a .:/a", "db:/a link:/a", "/ab/d /ab/", "// /a", "/ab/d /ab_d"})

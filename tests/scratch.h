@@ -26,6 +26,12 @@ inline string replaced(const string& text, const string& pattern, const string& 
   return std::regex_replace(text, std::regex(pattern), by);
 }
 
+// Whether the text holds the part. A test that fails shows both.
+inline testing::AssertionResult holds(const string& text, const string& part) {
+  if (text.find(part) != string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << text << "\ndoes not hold: " << part;
+}
+
 // The number behind a word of the text. Throws where there is none.
 inline double numberBehind(const string& text, const string& word) {
   const std::size_t place = text.find(word + " ");

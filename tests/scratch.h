@@ -40,13 +40,13 @@ inline double numberBehind(const string& text, const string& word) {
 }
 
 // A folder of its own for each test, gone afterwards. What its runs need lies beside.
-struct Scratch {
+struct Scratch : testing::Test {
   Scratch() {
     fs::create_directory(folder);
     setenv("TOP", top.c_str(), 1);
     setenv("PROGRAMS", PROGRAMS, 0);  // unless others are to be tested
   }
-  ~Scratch() { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }
+  ~Scratch() override { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }
 
   fs::path write(const string& name, const string& content) const {
     fs::create_directories((folder / name).parent_path());
@@ -67,9 +67,8 @@ struct Scratch {
     const int status = WEXITSTATUS(std::system(
         "cd \"$TOP\" && ulimit -f 100000 && exec timeout 20 sh command <in >out 2>err"));
     const string told = read("../out") + read("../err");
-    if (status == 124 || told.size() > 100000 || told.find("Sanitizer: ") != string::npos) {
+    if (status == 124 || told.size() > 100000 || told.find("Sanitizer: ") != string::npos)
       throw std::runtime_error(command + ": " + told.substr(0, 2000));
-    }
     return told + (status == 0 ? "" : "status " + std::to_string(status) + "\n");
   }
 

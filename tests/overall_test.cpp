@@ -62,8 +62,7 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   for (const Left& row : rows) EXPECT_EQ(tell(row), start + row.told) << row.why;
 
   const Left refused[] = {
-      {.why = "two runs",
-       .result = kSample + " skipped: 0 unread: 0 of: 9",
+      {.result = kSample + " skipped: 0 unread: 0 of: 9",
        .told = "figures of two runs for /usr: 19327352832 bytes in LOG, but 9 in RESULT"},
       {.why = "two results, each with its ratio as the sixth word",
        .result = kSample + "\ndetection finished 3 4 5 9",
@@ -89,9 +88,9 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
   // The samples are wrong by up to the root of
   //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² more, as 1.846 is 13.846 - 12, and
   //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² less.
-  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less, beside the root. As
-  // 9 + 3 blocks tell this share, 2 * √(0.2 * 0.8 / 12) = 0.2309 of it is an error, which puts
-  //   (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)² among the squares.
+  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less, beside the root.
+  // The share is of 9 + 3 blocks, so 2 * √(0.2 * 0.8 / 12) = 0.2309 of it is an error, which puts
+  // (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)² among the squares.
   EXPECT_EQ(run("CDPATH=$PWD overall.sh -n 300 /ab/d /a -n 200 'd b:/a'"),
             "Overall ratio of 300 times /ab/d, 300 times /a, 200 times d b:/a: 1.47, 95 % sure "
             "between 1.30 and 1.78" +

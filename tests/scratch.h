@@ -11,9 +11,8 @@
 namespace fs = std::filesystem;
 using std::string;
 
-// What the survey leaves: 18 GiB, 0.5 GiB for the files at 1 KiB each and 2.5 GiB for the
-// directories at 320 KiB each. With the 1 GiB that counts once they were 22 GiB before, and take 16
-// GiB at 1.5.
+// What the survey leaves: 18 GiB. With 0.5 GiB for the files at 1 KiB each, 2.5 for the directories
+// at 320 KiB each and 1 that counts once, they are 22 GiB, and 16 at a ratio of 1.5.
 const string kLog = R"(detect_directory_size is: 19327352832
 detect_directory_file_count is: 524288
 detect_directory_dir_count is: 8192

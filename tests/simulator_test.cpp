@@ -1,5 +1,4 @@
-// The simulator over files that the tests make, mostly of content such that what it must tell does
-// not depend on which blocks it draws.
+// The simulator over files whose content decides what it must tell, whichever blocks it draws.
 
 #include <zstd.h>
 

@@ -24,7 +24,7 @@ struct Left {
 };
 
 struct Overall : Scratch {
-  // With names in place of those of the two files. The link to /usr is made by the test.
+  // What is told, with LOG and RESULT for the two files. The link, to /usr, is made by the test.
   string tell(const Left& row) const {
     const string log = write("usr_file_info.log", row.log);
     const string result = write("artifact/usr_p0.drav", row.result);
@@ -37,7 +37,7 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const string start = "Overall ratio of /usr: ", takes = ".\nIt takes 16.00 GiB, ";
   const string files = "for 18.00 GiB in files";
   const Left rows[] = {
-      {.why = "all was read, so there is no error; holes leave at least nothing: (0 + 4) / 16",
+      {.why = "all bytes were read, so there is no error; holes of all: (0 + 4) / 16",
        .log = kLog + kHoles + "29327352832",
        .result = finished("1.5", "0 to 0", "", "19327352832") + "\nundetection finished 3 4 5 9",
        .told = "1.38" + kWithout + "0.25" + takes + files + ".\n"},
@@ -47,12 +47,12 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
        .told = "1.38, 95 % sure between 1.23 and 1.51" + kLeft +
                "2, and what they hold is missing" + takes +
                "95 % sure between 14.58 GiB and 17.85 GiB, " + files + ".\nstatus 2\n"},
-      {.why = "hardly anything was read, and no end limits it: at most 18 / 0.8, at least 0",
+      {.why = "no upper end, so at least 0; unread data grow to 18 at most, less than 18 / 0.8",
        .result = finished("0.9", "0.8 to inf", " skipped: 3 unread: 0.9999"),
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
                ".\nIt takes 24.00 GiB, 95 % sure between 4.00 GiB and 26.50 GiB, " + files +
                ".\nstatus 2\n"},
-      {.why = "of 700 GiB all but a block: 0.00005 of it may take 466.7 more or 233.3 less",
+      {.why = "ends at the ratio; less than 0.00005 is unread: * 466.7 more, * 233.3 less",
        .log = replaced(kLog, "193.*", "751619276800"),
        .result = finished("3", "3 to 3", " skipped: 1 unread: 0.0000"),
        .told = "2.97, surely between 2.96 and 2.97; less than 0.1 %" + kHold + ".\nIt takes " +
@@ -84,13 +84,14 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
   write("d b/a_file_info.log", replaced(kLog, "193.*", "9663676416") + kAllocated + "10200547328");
   write("d b/artifact/a_p0.drav", finished("3", "2.4 to 4"));  // 2.25 to 3.75
   // In hundreds of GiB: 54 + 54 + 18 in files, 36 + 36 + 6 after compression, before and after it
-  // 9 + 9 + 6 for files and directories, and 1 GiB; holes of 3 * 4.5; 51 + 52.5 + 19 in use now.
+  // 9 + 9 + 6 for files and directories, and 0.01; holes of 3 * 4.5; 51 + 52.5 + 19 in use now.
   // The samples are wrong by up to the root of
   //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² more, as 1.846 is 13.846 - 12, and
   //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² less.
-  // A fifth of /a was not read: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12 less, beside the root.
-  // The share is of 9 + 3 blocks, so 2 * √(0.2 * 0.8 / 12) = 0.2309 of it is an error, which puts
-  // (3 * 0.2309 * 6)² and (3 * 0.2309 * 12)² among the squares.
+  // A fifth of /a was not read, 0.2 * 54 / 126 of all: 3 * 0.2 * (18 - 12) more, or 3 * 0.2 * 12
+  // less, beside the root. That it is a fifth is known of 9 + 3 blocks, so it is wrong by up to
+  // 2 * √(0.2 * 0.8 / 12) = 0.2309 of /a: (3 * 0.2309 * 6)² joins the squares of more, and
+  // (3 * 0.2309 * 12)² those of less.
   EXPECT_EQ(run("CDPATH=$PWD overall.sh -n 300 /ab/d /a -n 200 'd b:/a'"),
             "Overall ratio of 300 times /ab/d, 300 times /a, 200 times d b:/a: 1.47, 95 % sure "
             "between 1.30 and 1.78" +
@@ -98,7 +99,7 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
                 "12, and what they hold is missing.\nIt takes 9.96 TiB, 95 % sure between 8.24 TiB "
                 "and 11.20 TiB, for 12.30 TiB in files, which take 11.96 TiB now.\nstatus 2\n");
 
-  run(R"(for i in ab_ _ old; do  # for /ab/, // and /old, which has no ends
+  run(R"(for i in old ab_ _; do  # without ends: /old, and for the refusals /ab/ and //
       cp a_*.log ${i}_file_info.log; sed s/95%.*// artifact/a_* >artifact/${i}_p0.drav; done)");
   EXPECT_TRUE(holds(run("overall.sh /old /ab/d"),
                     ": 1.39, from a sample that does not tell its error; without"));
@@ -111,6 +112,7 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
     EXPECT_EQ(told, "overall.sh: " + why + "\nstatus 1\n") << arguments;
   };
   for (const string s : {"", "''", "-x", "-n 0 /", "-n 2x /", "/a -n 2"}) expectRefused(s, usage);
+  // The last two directories have figures of the same name.
   for (const string twice : {"/a .:/a", "l:/a link:/a", "/ab/d /ab/", "// /a", "/ab/d /ab_d"})
     expectRefused(twice, "what " + replaced(twice, " ", " and ") + " share would count twice");
   expectRefused("none", "no directory none");

@@ -11,8 +11,8 @@
 namespace fs = std::filesystem;
 using std::string;
 
-// What the survey leaves: 18 GiB. With 0.5 GiB for the files at 1 KiB each, 2.5 for the directories
-// at 320 KiB each and 1 that counts once, they are 22 GiB, and 16 at a ratio of 1.5.
+// Figures of a survey: 18 GiB. With 0.5 GiB for the files at 1 KiB each, 2.5 for the directories at
+// 320 KiB each and 1 that counts once, that is 22 GiB, and 16 at a ratio of 1.5.
 const string kLog = R"(detect_directory_size is: 19327352832
 detect_directory_file_count is: 524288
 detect_directory_dir_count is: 8192
@@ -71,7 +71,7 @@ struct Scratch : testing::Test {
     return told + (status == 0 ? "" : "status " + std::to_string(status) + "\n");
   }
 
-  // The same under strace with its options, how many threads start then, and whether it works here.
+  // The same under strace with its options; how many threads start then; whether strace works here.
   string runTraced(const string& options, const string& command) const {
     // A traced program cannot be searched for leaks.
     return run("ASAN_OPTIONS=detect_leaks=0 strace -fqqo ../trace " + options + " " + command);

@@ -50,8 +50,7 @@ struct Fault : Scratch {
 
 TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
   const string all = "size is: 5000\nfile_count is: 2\ndir_count is: 3\nleft_out_count is: 0\n";
-  // Two calls list t, the last finding no more, and a third finds f and e in d. What follows them
-  // in d, and e, cannot be read.
+  // Two calls list t, and one finds f and e in d: the rest of d, and e, cannot be read.
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
   const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
   const string lost = " in the working directory" + badDisk, partial = badDisk + "status 2\n";

@@ -51,11 +51,11 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
                ".\nIt takes 24.00 GiB, 95 % sure between 4.00 GiB and 26.50 GiB, " + files +
                ".\nstatus 2\n"},
-      {.why = "ends at the ratio; less than 0.00005 is unread: * 466.7 more, * 233.3 less",
-       .log = replaced(kLog, "193.*", "751619276800"),
+      {.why = "ends at the ratio; less than 0.00005 is unread: * 682.7 more, * 341.3 less",
+       .log = replaced(kLog, "193.*", "1099511627776"),
        .result = finished("3", "3 to 3", " skipped: 1 unread: 0.0000"),
-       .told = "2.97, surely between 2.96 and 2.97; less than 0.1 %" + kHold + ".\nIt takes " +
-               "237.33 GiB, surely between 237.32 GiB and 237.36 GiB, for 700.00 GiB in files." +
+       .told = "2.98, surely between 2.97 and 2.98; less than 0.1 %" + kHold + ".\nIt takes " +
+               "345.33 GiB, surely between 345.31 GiB and 345.37 GiB, for 1.00 TiB in files." +
                "\nstatus 2\n"},
   };
   for (const Left& row : rows) EXPECT_EQ(tell(row), start + row.told) << row.why;

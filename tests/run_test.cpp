@@ -124,6 +124,7 @@ TEST_F(Run, FiguresDecideHowItEnds) {
   EXPECT_TRUE(holds(shownOf(kLog, result("x", "9")), unclear("compression ratio", "x")));
   EXPECT_TRUE(holds(shownOf("", result("x", "9")), unclear("detected size", ""))) << "before it";
   EXPECT_TRUE(holds(shownOf("", result("x", huge)), unclear("estimated size", huge))) << "first";
+  EXPECT_TRUE(holds(read("calls"), "<-o><-i>")) << "a size that is empty is no argument";
   EXPECT_TRUE(holds(shownOf(kLog, result("1.5", "1.5")), noSize)) << "no digits alone";
   EXPECT_TRUE(holds(shownOf(kLog, kResult + kResult), noSize)) << "two results";
   EXPECT_TRUE(holds(shownOf(kLog, replaced(kResult, "finished", "finished_")), noSize));

@@ -51,7 +51,6 @@ TEST_F(Simulator, ReadsAsManyBlocksAsAsked) {
   const auto blocks = [&](const string& asked) { return numberBehind(simulate(asked), "blocks:"); };
   EXPECT_EQ(blocks("-j 8 -r 0.125"), 1024) << "an eighth of 8192 blocks";
   EXPECT_EQ(blocks("-j 8 -r 0.125 -o 16777216"), 2048) << "of 16 MiB, though 8 are listed";
-  EXPECT_EQ(blocks("-j 8 -r 0"), 16) << "twice the fewest";
   EXPECT_EQ(blocks("-j 1 -r 0.9"), 4096) << "at most 4096 times the fewest";
   EXPECT_LT(blocks("-j 2 -r 0.66"), 5300) << "two of 5406 strata may pick the same, read once";
   EXPECT_EQ(blocks("-j 512 -r 0.125"), 8192) << "all, as they are no more than 16 times the fewest";

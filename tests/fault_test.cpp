@@ -11,8 +11,8 @@ struct Failure {
   string left = {};  // the figures that a tool leaves, but for fractions and allocated sizes
 };
 
-// A read may also claim so many "bytes" instead, and fail "from the Nth" on; each thread counts its
-// own. "?" stands before a call that not every machine has, "$PWD/" before a file yet to be made.
+// "N bytes" instead of ERROR is what a read claims; "from the Nth" also fails later ones; a thread
+// counts its own. "?" stands before a call that not every machine has, "$PWD/" before a new file.
 string inStraceWords(string fail) {
   fail = replaced(fail, ", in one thread", " " + kInOneThread);
   fail = replaced(fail, " of (\\S+):(.*)", ":$2 -P $1");
@@ -50,12 +50,12 @@ struct Fault : Scratch {
 
 TEST_F(Fault, OfTheSurveyIsToldAndLeavesNoFalseFigure) {
   const string all = "size is: 5000\nfile_count is: 2\ndir_count is: 3\nleft_out_count is: 0\n";
-  // Two calls list t, and one finds f and e in d: the rest of d, and e, cannot be read.
+  // Two calls list t, one finds f and e in d: then e fails and, told last, the rest of d.
   const string part = "size is: 5000\nfile_count is: 1\ndir_count is: 3\nleft_out_count is: 2\n";
   const string info = "a_file_info.log", list = "a_file_type_file_list_new.log";
   const string lost = " in the working directory" + badDisk, partial = badDisk + "status 2\n";
   expect("kel_evaluation_tool t a",
-         {{.why = "no O_NOATIME in it", .fail = "openat of t: EPERM at the 1st", .left = all},
+         {{.why = "owned by another", .fail = "openat of t: EPERM at the 1st", .left = all},
           {.why = "stopped by Ctrl-Z", .fail = "openat of t/d: EINTR at the 1st", .left = all},
           {.why = "a bad disk",
            .fail = "getdents64: EIO from the 4th, in one thread",
@@ -75,19 +75,19 @@ TEST_F(Fault, OfTheSimulatorIsToldAndLeavesNoFalseResult) {
          {{.why = "few bytes at once", .fail = "pread64 of t/d/f: 3 bytes at the 1st", .left = all},
           {.why = "stopped by Ctrl-Z", .fail = "pread64 of t/d/f: EINTR at the 1st", .left = all},
           {.why = "no block is read", .fail = "pread64 of t/d/f: EIO", .told = "t/d/f" + badDisk},
-          {.why = "a list's end", .fail = "read of list: EIO at the 2nd", .told = "list" + badDisk},
+          {.why = "a bad list", .fail = "read of list: EIO at the 2nd", .told = "list" + badDisk},
           {.why = "a pipe as list", .fail = "lseek of list: ESPIPE", .told = "be read twice\n"},
           {.why = "full, as close tells", .fail = "close of $PWD/result: ENOSPC", .told = full}});
 }
 
 TEST_F(Fault, OfTheEstimatorIsTold) {
   write("answers", "y t 2");
-  // A pipe for each figure that is looked up: the size, the files, the directories, the ratio.
+  // A pipe for each lookup: size, files and directories, whose messages end in a blank line, ratio.
   const string pipe = "?pipe,?pipe2: EMFILE at the ", tree = folder / "t";
   const string last = "Failed to write to standard output\n";
   expect("kel_estimator <answers",
          {{.why = "size", .fail = pipe + "1st", .told = "the size of dir " + tree + "\n\n"},
           {.why = "files", .fail = pipe + "2nd", .told = "file number of dir " + tree + "\n\n"},
           {.why = "ratio", .fail = pipe + "4th", .told = "Failed to estimate dir " + tree + "\n"},
-          {.why = "the last text, the 8th", .fail = "write: EIO at the 8th", .told = last}});
+          {.why = "the last of 8 writes", .fail = "write: EIO at the 8th", .told = last}});
 }

@@ -36,7 +36,7 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const string start = "Overall ratio of /usr: ", takes = ".\nIt takes 16.00 GiB, ";
   const string files = "for 18.00 GiB in files";
   const Left rows[] = {
-      {.why = "all bytes were read, so there is no error; holes of all: (0 + 4) / 16",
+      {.why = "all bytes were read: no error, whatever the ends; more holes than data: 4 / 16",
        .log = kLog + kHoles + "29327352832",
        .result = finished("1.5", "0 to 0", "", "19327352832") + "\nundetection finished 3 4 5 9",
        .told = "1.38" + kWithout + "0.25" + takes + files + ".\n"},
@@ -46,12 +46,12 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
        .told = "1.38, 95 % sure between 1.23 and 1.51" + kLeft +
                "2, and what they hold is missing" + takes +
                "95 % sure between 14.58 GiB and 17.85 GiB, " + files + ".\nstatus 2\n"},
-      {.why = "no upper end, so at least 0; unread data grow to 18 at most, less than 18 / 0.8",
+      {.why = "no upper end: at least 0; unread data, counted as 20, may take 18, so add nothing",
        .result = finished("0.9", "0.8 to inf", " skipped: 3 unread: 0.9999"),
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
                ".\nIt takes 24.00 GiB, 95 % sure between 4.00 GiB and 26.50 GiB, " + files +
                ".\nstatus 2\n"},
-      {.why = "ends at the ratio; less than 0.00005 is unread: * 682.7 more, * 341.3 less",
+      {.why = "all was drawn; 0.0000 may hide 0.00005: * 682.7 GiB more, * 341.3 less",
        .log = replaced(kLog, "193.*", "1099511627776"),
        .result = finished("3", "3 to 3", " skipped: 1 unread: 0.0000"),
        .told = "2.98, surely between 2.97 and 2.98; less than 0.1 %" + kHold + ".\nIt takes " +
@@ -87,7 +87,7 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
   // The samples are wrong by up to the root of
   //   (3 * 1.846)² + (3 * 1.846)² + (2 * 0.75)² more, as 1.846 is 13.846 - 12, and
   //   (3 * 1.412)² + (3 * 1.412)² + (2 * 0.75)² less.
-  // A fifth of /a was not read, 0.2 * 54 / 126 of all: 3 * 0.2 * 6 more or 3 * 0.2 * 12 less,
+  // A fifth of /a was not read, 0.2 * 54 / 126 of all: 3 * 0.2 * (18 - 12) more, 3 * 0.2 * 12 less,
   // beside the root. Known of 9 + 3 blocks, it is wrong by up to 2 * √(0.2 * 0.8 / 12) = 0.2309 of
   // /a, so (3 * 0.2309 * 6)² joins the squares of more, and (3 * 0.2309 * 12)² those of less.
   EXPECT_EQ(run("CDPATH=$PWD overall.sh -n 300 /ab/d /a -n 200 'd b:/a'"),
@@ -109,7 +109,7 @@ TEST_F(Overall, AddsUpDirectoriesAndTheirErrors) {
     EXPECT_EQ(told, "overall.sh: " + why + "\nstatus 1\n") << arguments;
   };
   for (const string s : {"", "''", "-x", "-n 0 /", "-n 2x /", "/a -n 2"}) expectRefused(s, usage);
-  // The last two directories have figures of the same name.
+  // The last pair shares a file: / and _ are the same in its name.
   for (const string twice : {"/a .:/a", "l:/a link:/a", "/ab/d /ab/", "// /a", "/ab/d /ab_d"})
     expectRefused(twice, "what " + replaced(twice, " ", " and ") + " share would count twice");
   expectRefused("none", "no directory none");

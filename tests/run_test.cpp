@@ -90,10 +90,10 @@ TEST_F(Run, ExplainsAWrongAnswerAndAsksAgain) {
   EXPECT_EQ(shown("yes"), kNote + gaveUp) << "a yes has one letter";
   EXPECT_EQ(shown("y empty n"), first + kWrong + gaveUp) << "an empty directory";
   EXPECT_EQ(shown("y lost Y empty"), first + kWrong + kDirectory + kWrong + gaveUp) << "a retry";
-  EXPECT_EQ(shown("y link abc"), asked + kFew + gaveUp) << "a relative link; no digits are 0";
+  EXPECT_EQ(shown("y link abc"), asked + kFew + gaveUp) << "a relative link's; abc is 0";
   EXPECT_EQ(shown("y /proc/self/cwd/link/ 0"), kept + kFew + gaveUp) << "an absolute one is kept";
   EXPECT_EQ(shown("y /"), first + kNoAlias + gaveUp) << "/ leaves no alias";
-  EXPECT_EQ(shown("y data 8x y"), asked + kWrong + kThreads + kWrong + gaveUp) << "digits alone";
+  EXPECT_EQ(shown("y data 8x y"), asked + kWrong + kThreads + kWrong + gaveUp) << "8x is no 8";
   EXPECT_EQ(shown("y data 021 yy"), asked + kMany + gaveUp) << "021 is 21; a yes has one letter";
 }
 
@@ -121,11 +121,12 @@ TEST_F(Run, FiguresDecideHowItEnds) {
     return "0 detection finished 4 5 " + ratio + " 7 8 9 " + bytes + "\n";
   };
   const string huge(2000, '9');  // more than a lookup reads at once, and than a number holds
+  // First the bytes read are converted, then the size, then the ratio.
   EXPECT_TRUE(holds(shownOf(kLog, result("x", "9")), unclear("compression ratio", "x")));
-  EXPECT_TRUE(holds(shownOf("", result("x", "9")), unclear("detected size", ""))) << "before it";
-  EXPECT_TRUE(holds(shownOf("", result("x", huge)), unclear("estimated size", huge))) << "first";
+  EXPECT_TRUE(holds(shownOf("", result("x", "9")), unclear("detected size", ""))) << "first";
+  EXPECT_TRUE(holds(shownOf("", result("x", huge)), unclear("estimated size", huge)));
   EXPECT_TRUE(holds(read("calls"), "<-o><-i>")) << "a size that is empty is no argument";
-  EXPECT_TRUE(holds(shownOf(kLog, result("1.5", "1.5")), noSize)) << "no digits alone";
+  EXPECT_TRUE(holds(shownOf(kLog, result("1.5", "1.5")), noSize)) << "not digits alone";
   EXPECT_TRUE(holds(shownOf(kLog, kResult + kResult), noSize)) << "two results";
   EXPECT_TRUE(holds(shownOf(kLog, replaced(kResult, "finished", "finished_")), noSize));
   const auto shownFor = [&](const string& size, const string& files) {

@@ -52,13 +52,13 @@ TEST_F(Simulator, ReadsAsManyBlocksAsAsked) {
   EXPECT_EQ(blocks("-j 8 -r 0.125"), 1024) << "an eighth of 8192 blocks";
   EXPECT_EQ(blocks("-j 8 -r 0.125 -o 16777216"), 2048) << "of 16 MiB, though 8 are listed";
   EXPECT_EQ(blocks("-j 1 -r 0.9"), 4096) << "at most 4096 times the fewest";
-  EXPECT_LT(blocks("-j 2 -r 0.66"), 5300) << "two of 5406 strata may pick the same, read once";
+  EXPECT_LT(blocks("-j 2 -r 0.66"), 5300) << "neighbours of 5406 often draw the same, read once";
   EXPECT_EQ(blocks("-j 512 -r 0.125"), 8192) << "all, as they are no more than 16 times the fewest";
   EXPECT_EQ(blocks("-j 511 -r 0.125"), 1024) << "an eighth, as they are more than that";
   if (!canTrace()) GTEST_SKIP() << "cannot trace here";
   const string eight = "kel_sim_test -f list -s 1 -r 0 -j 1 -t 8 -o 1 -i 0 -l result";
   const string late = "-e inject=pread64:delay_enter=300000";  // microseconds
-  EXPECT_NEAR(threadsOf(late, eight), 8, 1) << "even late; ThreadSanitizer adds 1";
+  EXPECT_NEAR(threadsOf(late, eight), 8, 1) << "however late; ThreadSanitizer adds 1";
 }
 
 TEST_F(Simulator, KnowsItsErrorToTheLastDigit) {
@@ -77,9 +77,9 @@ TEST_F(Simulator, KnowsItsErrorToTheLastDigit) {
   EXPECT_NEAR(numberBehind(told, "95%:"), 1 / (share + error), 0.00005) << told;
   EXPECT_NEAR(numberBehind(told, "to"), 1 / (share - error), 0.00005) << told;
   EXPECT_EQ(numberBehind(told, "between"), std::floor(100 / (share + error)) / 100) << told;
-  // Half in blocks of 1 KiB and half of 0.5: in the mean 0.75, of 1024 KiB / 8 that are asked for.
+  // Half in blocks of 1 KiB and half of 0.5: for 1024 / 8 KiB strata of 8 * 0.75, at whole blocks.
   EXPECT_EQ(numberBehind(simulate("-j 8 -r 0.125"), "blocks:"), 171);
-  EXPECT_TRUE(holds(simulate("-j 1"), ", 95 % sure of at least 1.00, from 2 blocks, all"));
+  EXPECT_TRUE(holds(simulate("-j 1"), ", 95 % sure of at least 1.00, from 2 blocks"));
   EXPECT_TRUE(holds(simulate("-r 1"), ", exact: all that was found was read.\n"));
   EXPECT_EQ(simulate(">&- 2>&-"), "status 1\n") << "a result that nobody was told of";
 }
@@ -130,11 +130,11 @@ TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
   addToList("short", 50);
   run(R"(printf '18446744073709551615 f\0001 f\0' >huge; printf '5 short' >cut; >none)");
   const struct {
-    string why, options, told, left = {};  // the earlier result stays until the options make sense
+    string why, options, told, left = {};  // the earlier result stays while one is missing
   } rows[] = {
       {.why = "a stray word", .options = "x", .told = "usage: kel_sim_", .left = "EARLIER"},
-      {.why = "-o is empty", .options = "-o -i 0", .told = "no total size", .left = "EARLIER"},
-      {.why = "an output", .options = "-f no -l /no/r", .told = "cannot wr", .left = "EARLIER"},
+      {.why = "no total", .options = "-o -i 0", .told = "no total size", .left = "EARLIER"},
+      {.why = "no output", .options = "-f no -l /no/r", .told = "cannot wr", .left = "EARLIER"},
       {.why = "a unit", .options = "-s 4k", .told = "option -s must be a whole number from 1 to"},
       {.why = "beyond 64 bits", .options = "-f huge", .told = "the sizes add up to more than 64"},
       {.why = "the last NUL is missing", .options = "-f cut", .told = "not a list of files: cut"},

@@ -77,7 +77,7 @@ TEST_F(Simulator, KnowsItsErrorToTheLastDigit) {
   EXPECT_NEAR(numberBehind(told, "95%:"), 1 / (share + error), 0.00005) << told;
   EXPECT_NEAR(numberBehind(told, "to"), 1 / (share - error), 0.00005) << told;
   EXPECT_EQ(numberBehind(told, "between"), std::floor(100 / (share + error)) / 100) << told;
-  // Half in blocks of 1 KiB and half of 0.5: for 1024 / 8 KiB strata of 8 * 0.75, at whole blocks.
+  // Half is in blocks of 1 KiB, half of 0.5: an eighth takes strata of 8 * 0.75 KiB, 170.7 of them.
   EXPECT_EQ(numberBehind(simulate("-j 8 -r 0.125"), "blocks:"), 171);
   EXPECT_TRUE(holds(simulate("-j 1"), ", 95 % sure of at least 1.00, from 2 blocks"));
   EXPECT_TRUE(holds(simulate("-r 1"), ", exact: all that was found was read.\n"));

@@ -13,8 +13,8 @@ const string kLeftOut = "detect_directory_left_out_count is: ";
 // 18 GiB in 12, from 18 / 1.7 = 10.588 to 18 / 1.3 = 13.846, and 4 beside. Ends round outwards.
 const string kSample = finished("1.5", "1.3 to 1.7");
 const string kWithout = "; without its holes, or what the file system has compressed already, ";
-const string kHold = " of the data found could not be read: it counts like the rest, and the ends "
-                     "hold whatever it is";
+const string kUnread = " of the data found could not be read: it counts like the rest";
+const string kHold = kUnread + ", and the ends hold whatever it is";
 const string kLeft = "; directories or files that the survey could not read: ";
 
 // What the tools left of a directory, and what is told of it; status 2: something is missing.
@@ -46,6 +46,10 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
        .told = "1.38, 95 % sure between 1.23 and 1.51" + kLeft +
                "2, and what they hold is missing" + takes +
                "95 % sure between 14.58 GiB and 17.85 GiB, " + files + ".\nstatus 2\n"},
+      {.why = "a ratio outside of its ends",
+       .result = finished("1.5", "1.6 to 2", " skipped: 3 unread: 0.2814"),
+       .told = "1.38, from a sample that does not tell its error; 28.1 %" + kUnread + takes +
+               files + ".\nstatus 2\n"},
       {.why = "no upper end: at least 0; unread data, counted as 20, may take 18, so add nothing",
        .result = finished("0.9", "0.8 to inf", " skipped: 3 unread: 0.9999"),
        .told = "0.92, 95 % sure between 0.83 and 5.50; more than 99.9 %" + kHold +
@@ -63,8 +67,7 @@ TEST_F(Overall, TellsWhatTheFiguresOfADirectoryAreWorth) {
   const Left refused[] = {
       {.result = kSample + " skipped: 0 unread: 0 of: 9",
        .told = "figures of two runs for /usr: 19327352832 bytes in LOG, but 9 in RESULT"},
-      {.why = "two results, each with its ratio as the sixth word",
-       .result = kSample + "\ndetection finished 3 4 5 9",
+      {.result = kSample + "\ndetection finished 3 4 5 9",
        .told = "no usable ratio \"1.5 9\" in RESULT"},
       {.result = finished("0.00", "0 to 0"), .told = "no usable ratio \"0.00\" in RESULT"},
       {.result = kSample + " skipped: 0 unread: nan", .told = "no usable unread \"nan\" in RESULT"},

@@ -43,6 +43,7 @@ struct Scratch : testing::Test {
   Scratch() {
     fs::create_directory(folder);
     setenv("TOP", top.c_str(), 1);
+    setenv("LC_ALL", "C", 1);
     setenv("PROGRAMS", PROGRAMS, 0);  // unless others are to be tested
   }
   ~Scratch() override { EXPECT_EQ(std::system("rm -rf --one-file-system -- \"$TOP\""), 0); }

@@ -30,7 +30,10 @@ OpenFile::~OpenFile() {
 }
 
 Output::Output(std::string name) : name_(std::move(name)) {
-  file_.open(name_);
+  const std::ofstream emptied(name_);
+  require(emptied.good());
+  // Appends, since standard output may be the same file: neither writes over the other.
+  file_.open(name_, std::ios::app);
   require(file_.good() && stat(name_.c_str(), &status_) == 0);
 }
 

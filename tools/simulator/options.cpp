@@ -73,7 +73,7 @@ Options readOptions(int argc, char** argv) {
   return {.result = std::move(result),
           .listName = texts.at("-f"),
           .blockSize = numberFrom<std::uint64_t>(texts, "-s", 1, 65536) * 1024,
-          .fraction = numberFrom(texts, "-r", 0.0, 1.0),
+          .fraction = numberFrom(texts, "-r", 0.0, 1.0) + 0.0,  // not -0, by which one divides
           .fewestBlocks = numberFrom<std::uint64_t>(texts, "-j", 1, UINT32_MAX),
           .threads = static_cast<unsigned>(std::clamp(threads, 1LL, kMostThreads)),
           .totalBytes = numberFrom<std::uint64_t>(texts, "-o", 0, UINT64_MAX),

@@ -47,7 +47,7 @@ TEST_F(Survey, FindsWhatFindFindsInAHostileTreeButNotItsOwnFiles) {
   // Below 33 levels of 120 characters, where find stops, a path of 4096 bytes, one more than the
   // system takes.
   run(R"(ln hole s/hard; ln -s . loop; ln -s hole soft; ln -s no dangling; mkfifo pipe
-      n=$(printf %0120d 0); for i in $(seq 33); do mkdir $n; cd -P $n; done; touch $(printf %098d 0))");
+      n=$(printf %0120d); for i in $(seq 33); do mkdir $n; cd -P $n; done; touch $(printf %098d))");
   const string find = "find loop/ -maxdepth 33 -type f -printf ";
   const string found = run(find + "'%s %p\\0' | sort -z");
   const string sum = " | awk '{ sum += 512 * $1 } END { printf \"%.0f\", sum }'";
@@ -71,10 +71,9 @@ TEST_F(Survey, ListsInOneOrderAndKeepsAccessTimes) {
   EXPECT_EQ(differenceFrom(expected), "");
   EXPECT_EQ(run("find t -newerat 2001-01-02"), "") << "access times";
   if (!canTrace()) GTEST_SKIP() << "cannot trace here";
-  runTraced(
-      kInOneThread +
-          " --seccomp-bpf -e trace=getdents64,?clone,?clone3 -e inject=getdents64:signal=SIGURG",
-      "prlimit --nofile=16 kel_evaluation_tool \"$PWD\"/t a");
+  const string cut = " -e trace=getdents64,?clone,?clone3 -e inject=getdents64:signal=SIGURG";
+  runTraced("--seccomp-bpf " + kInOneThread + cut,
+            "prlimit --nofile=16 kel_evaluation_tool \"$PWD\"/t a");
   EXPECT_EQ(differenceFrom(expected), "")
       << "one thread, few open files, and each listing cut short by a signal";
 }

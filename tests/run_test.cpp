@@ -122,7 +122,7 @@ TEST_F(Run, FiguresDecideHowItEnds) {
   const string huge(2000, '9');  // more than a lookup reads at once, and than a number holds
   // First the bytes read are converted, then the size, then the ratio.
   EXPECT_TRUE(holds(shownOf(kLog, result("x", "9")), unclear("compression ratio", "x")));
-  EXPECT_TRUE(holds(shownOf("", result("x", "9")), unclear("detected size", ""))) << "first";
+  EXPECT_TRUE(holds(shownOf("", result("x", "9")), unclear("detected size", ""))) << "before ratio";
   EXPECT_TRUE(holds(shownOf("", result("x", huge)), unclear("estimated size", huge)));
   EXPECT_TRUE(holds(read("calls"), "<-o><-i>")) << "a size that is empty is no argument";
   EXPECT_TRUE(holds(shownOf(kLog, result("1.5", "1.5")), noSize)) << "not digits alone";

@@ -130,7 +130,7 @@ TEST_F(Simulator, AFailureIsToldAndLeavesNoFalseResult) {
   addToList("short", 50);
   run(R"(printf '18446744073709551615 f\0001 f\0' >huge; printf '5 short' >cut; >none)");
   const struct {
-    string why, options, told, left = {};  // the earlier result stays while one is missing
+    string why, options, told, left = {};  // the earlier result stays while an option is missing
   } rows[] = {
       {.why = "a stray word", .options = "x", .told = "usage: kel_sim_", .left = "EARLIER"},
       {.why = "no total", .options = "-o -i 0", .told = "no total size", .left = "EARLIER"},
